@@ -1,0 +1,11 @@
+# Cross-compile for x86_64 Windows with Debian's mingw-w64 (posix threads flavour).
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(ZOR_TRIPLE x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER   ${ZOR_TRIPLE}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${ZOR_TRIPLE}-g++-posix)
+set(CMAKE_RC_COMPILER  ${ZOR_TRIPLE}-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/${ZOR_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)

@@ -1,0 +1,140 @@
+// Shared test helpers.
+#include "tests/support/TestSupport.h"
+
+#include <windows.h>
+
+#include <cstdio>
+
+void PrintTo(const CCOMString& s, std::ostream* os) { *os << zortest::Escape(s.GetString()); }
+
+namespace zortest {
+
+std::string Escape(const wchar_t* s) {
+  if (!s) return "(null)";
+  std::string out = "L\"";
+  for (; *s; ++s) {
+    unsigned c = static_cast<unsigned short>(*s);
+    if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
+      out += static_cast<char>(c);
+    } else {
+      char buf[16];
+      snprintf(buf, sizeof buf, "\\x%04X", c);
+      out += buf;
+    }
+  }
+  return out + "\"";
+}
+
+std::string Escape(const std::wstring& s) { return Escape(s.c_str()); }
+
+TempDir::TempDir() {
+  wchar_t base[MAX_PATH];
+  GetTempPathW(MAX_PATH, base);
+  static LONG counter = 0;
+  for (;;) {
+    wchar_t name[MAX_PATH + 64];
+    swprintf(name, MAX_PATH + 64, L"%lszortest-%lu-%ld", base, GetCurrentProcessId(),
+             InterlockedIncrement(&counter));
+    if (CreateDirectoryW(name, nullptr)) {
+      m_path = name;
+      break;
+    }
+  }
+}
+
+TempDir::~TempDir() { RemoveTree(m_path); }
+
+void RemoveTree(const std::wstring& path) {
+  WIN32_FIND_DATAW fd;
+  HANDLE h = FindFirstFileW((path + L"\\*").c_str(), &fd);
+  if (h != INVALID_HANDLE_VALUE) {
+    do {
+      std::wstring name = fd.cFileName;
+      if (name == L"." || name == L"..") continue;
+      std::wstring full = path + L"\\" + name;
+      SetFileAttributesW(full.c_str(), FILE_ATTRIBUTE_NORMAL);
+      if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        RemoveTree(full);
+      else
+        DeleteFileW(full.c_str());
+    } while (FindNextFileW(h, &fd));
+    FindClose(h);
+  }
+  RemoveDirectoryW(path.c_str());
+}
+
+bool WriteBytes(const std::wstring& path, const void* data, size_t size) {
+  HANDLE h = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return false;
+  DWORD written = 0;
+  BOOL ok = size == 0 || WriteFile(h, data, static_cast<DWORD>(size), &written, nullptr);
+  CloseHandle(h);
+  return ok && written == size;
+}
+
+bool WriteBytes(const std::wstring& path, const std::string& bytes) {
+  return WriteBytes(path, bytes.data(), bytes.size());
+}
+
+std::string ReadBytes(const std::wstring& path) {
+  std::string out;
+  HANDLE h = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return out;
+  char buf[65536];
+  DWORD got = 0;
+  while (ReadFile(h, buf, sizeof buf, &got, nullptr) && got > 0) out.append(buf, got);
+  CloseHandle(h);
+  return out;
+}
+
+std::string Utf16Bytes(const std::wstring& text, bool bom) {
+  std::string out;
+  if (bom) out += "\xFF\xFE";
+  for (wchar_t c : text) {
+    out += static_cast<char>(c & 0xFF);
+    out += static_cast<char>((c >> 8) & 0xFF);
+  }
+  return out;
+}
+
+std::wstring ExeDir() {
+  wchar_t path[MAX_PATH];
+  DWORD n = GetModuleFileNameW(nullptr, path, MAX_PATH);
+  std::wstring s(path, n);
+  return s.substr(0, s.find_last_of(L'\\'));
+}
+
+LogCapture::LogCapture() : m_wasOn(LoggingNow()) {
+  SetLogSink(&LogCapture::Sink, this);
+  SetLogging(true);
+}
+
+LogCapture::~LogCapture() {
+  SetLogging(m_wasOn);
+  SetLogSink(nullptr, nullptr);
+}
+
+void LogCapture::Sink(const wchar_t* line, void* user) {
+  auto* self = static_cast<LogCapture*>(user);
+  std::lock_guard<std::mutex> lock(self->m_mutex);
+  self->m_lines.emplace_back(line);
+}
+
+std::vector<std::wstring> LogCapture::lines() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_lines;
+}
+
+bool LogCapture::Contains(const std::wstring& line) const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  for (const auto& l : m_lines)
+    if (l == line) return true;
+  return false;
+}
+
+void LogCapture::Clear() {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_lines.clear();
+}
+
+}  // namespace zortest

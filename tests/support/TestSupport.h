@@ -1,0 +1,71 @@
+// Shared helpers for the test programs: readable wide strings in failure
+// messages, temporary folders, real files, and capture of the library's log.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <zorutils/zorutils.h>
+
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <vector>
+
+/// Prints a CCOMString as L"..." with control and non-ASCII units escaped.
+void PrintTo(const CCOMString& s, std::ostream* os);
+
+namespace zortest {
+
+/// L"..." with control and non-ASCII units as \xNNNN.
+std::string Escape(const wchar_t* s);
+std::string Escape(const std::wstring& s);
+
+/// A fresh folder under the system's temporary folder, removed with all its
+/// contents when the object goes.
+class TempDir {
+public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  /// The folder, without a trailing backslash.
+  const std::wstring& path() const { return m_path; }
+  /// path() + L"\\" + name.
+  std::wstring operator/(const std::wstring& name) const { return m_path + L"\\" + name; }
+
+private:
+  std::wstring m_path;
+};
+
+/// Removes a folder and everything in it.
+void RemoveTree(const std::wstring& path);
+
+/// Whole-file helpers over the real file system.
+bool WriteBytes(const std::wstring& path, const std::string& bytes);
+bool WriteBytes(const std::wstring& path, const void* data, size_t size);
+std::string ReadBytes(const std::wstring& path);
+/// Bytes of a UTF-16LE text (with a byte-order mark when `bom`).
+std::string Utf16Bytes(const std::wstring& text, bool bom);
+
+/// The folder of the running test program, without a trailing backslash.
+std::wstring ExeDir();
+
+/// Switches logging on and collects every line while it lives.
+class LogCapture {
+public:
+  LogCapture();
+  ~LogCapture();
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+  std::vector<std::wstring> lines() const;
+  bool Contains(const std::wstring& line) const;
+  void Clear();
+
+private:
+  static void Sink(const wchar_t* line, void* user);
+  mutable std::mutex m_mutex;
+  std::vector<std::wstring> m_lines;
+  bool m_wasOn;
+};
+
+}  // namespace zortest

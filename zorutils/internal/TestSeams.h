@@ -1,0 +1,11 @@
+// Hooks that let the tests reach behaviour a real system no longer shows
+// (an old kernel without a function, an old version record). Exported for the
+// test programs only; hosts have no use for them and the umbrella header
+// leaves this file out.
+#pragma once
+
+#include <zorutils/Export.h>
+
+/// Makes CLock behave as on a system without TryEnterCriticalSection (true),
+/// or look it up again at the next construction (false).
+ZORUTILS_API void ZorTest_HideTryEnterCriticalSection(bool hide);
