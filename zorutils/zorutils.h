@@ -10,3 +10,6 @@
 #include <zorutils/text/COMString.h>
 #include <zorutils/text/Locks.h>
 #include <zorutils/text/StringUtils.h>
+
+// Containers
+#include <zorutils/containers/DynArray.h>
