@@ -138,3 +138,10 @@ void LogCapture::Clear() {
 }
 
 }  // namespace zortest
+
+namespace zortest {
+bool HeapChecked() {
+  wchar_t value[8] = {0};
+  return GetEnvironmentVariableW(L"ZOR_HEAPCHECK", value, 8) > 0 && value[0] == L'1';
+}
+}  // namespace zortest

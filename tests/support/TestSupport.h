@@ -69,3 +69,9 @@ private:
 };
 
 }  // namespace zortest
+
+namespace zortest {
+/// True in the heap-checked run (Wine validates the whole heap on every
+/// allocation there): heavy tests scale their sizes down, never their checks.
+bool HeapChecked();
+}  // namespace zortest
