@@ -234,7 +234,10 @@ int CCOMString::Find(const wchar_t* sub) const { return Find(sub, 0); }
 
 int CCOMString::Find(const wchar_t* sub, int start) const {
   if (start > GetLength()) return -1;
-  const wchar_t* hit = wcsstr(m_pszString + start, OrEmpty(sub));
+  // An empty pattern is found where the search starts (the runtime's wcsstr
+  // finds nothing in an empty text, even the empty pattern).
+  if (!sub || !*sub) return start;
+  const wchar_t* hit = wcsstr(m_pszString + start, sub);
   return hit ? static_cast<int>(hit - m_pszString) : -1;
 }
 
