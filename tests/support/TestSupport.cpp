@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <memory>
 
 void PrintTo(const CCOMString& s, std::ostream* os) { *os << zortest::Escape(s.GetString()); }
 
@@ -143,5 +144,29 @@ namespace zortest {
 bool HeapChecked() {
   wchar_t value[8] = {0};
   return GetEnvironmentVariableW(L"ZOR_HEAPCHECK", value, 8) > 0 && value[0] == L'1';
+}
+}  // namespace zortest
+
+namespace zortest {
+namespace {
+DWORD WINAPI ThreadTrampoline(void* p) {
+  std::unique_ptr<std::function<void()>> body(static_cast<std::function<void()>*>(p));
+  (*body)();
+  return 0;
+}
+}  // namespace
+
+HANDLE StartThread(std::function<void()> body) {
+  auto* heapBody = new std::function<void()>(std::move(body));
+  HANDLE h = CreateThread(nullptr, 0, ThreadTrampoline, heapBody, 0, nullptr);
+  if (!h) delete heapBody;
+  return h;
+}
+
+void RunOnThread(std::function<void()> body) {
+  HANDLE h = StartThread(std::move(body));
+  if (!h) return;
+  WaitForSingleObject(h, INFINITE);
+  CloseHandle(h);
 }
 }  // namespace zortest

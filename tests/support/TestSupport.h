@@ -6,6 +6,8 @@
 
 #include <zorutils/zorutils.h>
 
+#include <windows.h>
+
 #include <mutex>
 #include <ostream>
 #include <string>
@@ -74,4 +76,14 @@ namespace zortest {
 /// True in the heap-checked run (Wine validates the whole heap on every
 /// allocation there): heavy tests scale their sizes down, never their checks.
 bool HeapChecked();
+}  // namespace zortest
+
+#include <functional>
+
+namespace zortest {
+/// Starts `body` on a new Win32 thread (a stdcall trampoline, so lambdas work
+/// on i686 too); the handle is the caller's to wait for and close.
+HANDLE StartThread(std::function<void()> body);
+/// Runs `body` on a new thread and waits for it to end.
+void RunOnThread(std::function<void()> body);
 }  // namespace zortest

@@ -10,22 +10,7 @@
 
 namespace {
 
-// Runs `body` on a new thread and waits for it.
-void OnOtherThread(std::function<void()> body) {
-  struct Ctx {
-    std::function<void()> f;
-  } ctx{std::move(body)};
-  HANDLE h = CreateThread(
-      nullptr, 0,
-      [](void* p) -> DWORD {
-        static_cast<Ctx*>(p)->f();
-        return 0;
-      },
-      &ctx, 0, nullptr);
-  ASSERT_NE(h, nullptr);
-  WaitForSingleObject(h, INFINITE);
-  CloseHandle(h);
-}
+void OnOtherThread(std::function<void()> body) { zortest::RunOnThread(std::move(body)); }
 
 TEST(SlipLock, OwnerMustUnlockAsOftenAsItLocked) {
   CSlipLock lock;
@@ -88,22 +73,12 @@ TEST(SlipLock, WaiterGetsTheLockWhenOwnerReleases) {
   ASSERT_TRUE(lock.Lock());
   std::atomic<bool> got{false};
   HANDLE started = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  struct Ctx {
-    CSlipLock* lock;
-    std::atomic<bool>* got;
-    HANDLE started;
-  } ctx{&lock, &got, started};
-  HANDLE t = CreateThread(
-      nullptr, 0,
-      [](void* p) -> DWORD {
-        auto* c = static_cast<Ctx*>(p);
-        SetEvent(c->started);
-        bool ok = c->lock->LockWithTimeout(10000);
-        *c->got = ok;
-        if (ok) c->lock->Unlock();
-        return 0;
-      },
-      &ctx, 0, nullptr);
+  HANDLE t = zortest::StartThread([&] {
+    SetEvent(started);
+    bool ok = lock.LockWithTimeout(10000);
+    got = ok;
+    if (ok) lock.Unlock();
+  });
   WaitForSingleObject(started, INFINITE);
   Sleep(50);
   EXPECT_FALSE(got.load());
@@ -118,28 +93,18 @@ TEST(SlipLock, CountsStayExactUnderContention) {
   CSlipLock lock;
   long counter = 0;
   const int kThreads = 4, kRounds = zortest::HeapChecked() ? 200 : 2000;
-  struct Ctx {
-    CSlipLock* lock;
-    long* counter;
-    int rounds;
-  } ctx{&lock, &counter, kRounds};
   HANDLE threads[kThreads];
   for (HANDLE& h : threads)
-    h = CreateThread(
-        nullptr, 0,
-        [](void* p) -> DWORD {
-          auto* c = static_cast<Ctx*>(p);
-          for (int i = 0; i < c->rounds; ++i) {
-            c->lock->Lock();
-            c->lock->Lock();  // recursive
-            long v = *c->counter;
-            *c->counter = v + 1;
-            c->lock->Unlock();
-            c->lock->Unlock();
-          }
-          return 0;
-        },
-        &ctx, 0, nullptr);
+    h = zortest::StartThread([&] {
+      for (int i = 0; i < kRounds; ++i) {
+        lock.Lock();
+        lock.Lock();  // recursive
+        long v = counter;
+        counter = v + 1;
+        lock.Unlock();
+        lock.Unlock();
+      }
+    });
   WaitForMultipleObjects(kThreads, threads, TRUE, INFINITE);
   for (HANDLE h : threads) CloseHandle(h);
   EXPECT_EQ(counter, kThreads * kRounds);
@@ -168,21 +133,11 @@ TEST(Lock, WithoutTryEnterTryToLockBlocksAndReturnsOne) {
     lock.Lock();
     HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     int result = -1;
-    struct Ctx {
-      CLock* lock;
-      int* result;
-      HANDLE done;
-    } ctx{&lock, &result, done};
-    HANDLE t = CreateThread(
-        nullptr, 0,
-        [](void* p) -> DWORD {
-          auto* c = static_cast<Ctx*>(p);
-          *c->result = c->lock->TryToLock();
-          SetEvent(c->done);
-          c->lock->Unlock();
-          return 0;
-        },
-        &ctx, 0, nullptr);
+    HANDLE t = zortest::StartThread([&] {
+      result = lock.TryToLock();
+      SetEvent(done);
+      lock.Unlock();
+    });
     // The other thread waits for the section instead of failing.
     EXPECT_EQ(WaitForSingleObject(done, 150), static_cast<DWORD>(WAIT_TIMEOUT));
     lock.Unlock();
