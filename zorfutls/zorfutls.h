@@ -7,10 +7,12 @@
 
 #include <windows.h>
 
-#ifdef ZORFUTLS_BUILDING
-#define ZORFUTLS_API __declspec(dllexport)
-#else
-#define ZORFUTLS_API __declspec(dllimport)
+#if defined(ZORFUTLS_BUILDING)
+#define ZORFUTLS_API __attribute__((dllexport))
+#elif defined(__GNUC__)
+#define ZORFUTLS_API __attribute__((dllimport))
+#else  // Visual C++ hosts: the SDK's own import attribute
+#define ZORFUTLS_API DECLSPEC_IMPORT
 #endif
 
 // ---------------------------------------------------------------------------

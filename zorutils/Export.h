@@ -1,8 +1,12 @@
 // The export macro of zorutils.dll, shared by every public header.
 #pragma once
 
-#ifdef ZORUTILS_BUILDING
-#define ZORUTILS_API __declspec(dllexport)
-#else
-#define ZORUTILS_API __declspec(dllimport)
+#include <windows.h>
+
+#if defined(ZORUTILS_BUILDING)
+#define ZORUTILS_API __attribute__((dllexport))
+#elif defined(__GNUC__)
+#define ZORUTILS_API __attribute__((dllimport))
+#else  // Visual C++ hosts: the SDK's own import attribute
+#define ZORUTILS_API DECLSPEC_IMPORT
 #endif
