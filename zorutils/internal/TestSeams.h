@@ -9,3 +9,11 @@
 /// Makes CLock behave as on a system without TryEnterCriticalSection (true),
 /// or look it up again at the next construction (false).
 ZORUTILS_API void ZorTest_HideTryEnterCriticalSection(bool hide);
+
+#include <windows.h>
+
+/// Makes GetWindowsSystemVersion decode `record` instead of asking the system
+/// (as a 95-family or other old system would answer); null asks the system
+/// again. A record whose dwOSVersionInfoSize is 0 stands for a system on
+/// which both version queries fail. The record is copied.
+ZORUTILS_API void ZorTest_UseVersionRecord(const OSVERSIONINFOEXW* record);

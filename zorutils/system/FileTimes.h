@@ -1,0 +1,10 @@
+// FileTimes: comparing the last-write times of two files.
+#pragma once
+
+#include <zorutils/Export.h>
+
+/// -1 when `file1` was last written before `file2`, 0 when at the same time,
+/// +1 when later. -100 when either file is missing (or null, or a folder),
+/// cannot be opened for reading, or has no readable last-write time.
+ZORUTILS_API int CompareFileTimeStampsA(const char* file1, const char* file2);
+ZORUTILS_API int CompareFileTimeStampsW(const wchar_t* file1, const wchar_t* file2);
