@@ -129,8 +129,38 @@ void DemoLine(CCOMString line) {
   OutLine(out);
 }
 
+// The library's own texts and the installed languages, from the files that
+// ship beside the program.
+void DemoStrings() {
+  wchar_t* utilities = GetUtilitiesStringFile();
+  Out(L"utility strings: " + std::wstring(utilities) +
+      (DoesFileExist(utilities) ? L"" : L" (missing)") + L"\n");
+  wchar_t text[257];
+  for (const wchar_t* key : {L"Yes", L"No", L"Cancel", L"DemoGreeting"}) {
+    MyLoadString(const_cast<wchar_t*>(key), text, 256, utilities, true);
+    CCOMString line;
+    line.Format(L"  %-13s %s", key, text);
+    line.Replace(L"\n", L"\n                ");
+    OutLine(line);
+  }
+  int languages = GetNumberOfLanguageStringFiles();
+  CCOMString count;
+  count.Format(L"languages: %d", languages);
+  OutLine(count);
+  for (int i = 0; i < languages; ++i) {
+    wchar_t name[64], file[MAX_PATH];
+    GetLanguageName(i, name, 64);
+    if (!GetStringFileFromLanguage(name, SFF_UtilityStrings, file, false)) file[0] = 0;
+    MyLoadString(const_cast<wchar_t*>(L"Cancel"), text, 256, file, false);
+    CCOMString line;
+    line.Format(L"  %-10s Cancel = %s", name, text);
+    OutLine(line);
+  }
+}
+
 int Demo(const std::wstring& file) {
   Version();
+  DemoStrings();
   std::wstring path = file.empty() ? ExeDir() + L"\\samples\\demo.txt" : file;
   std::vector<wchar_t> text;
   if (!ReadText(path, text)) {

@@ -1,17 +1,19 @@
-// zorutils.dll entry point: keeps the module handle for the library's own
-// resources (dialog templates, version).
+// zorutils.dll entry point: the string files' state is set up on load and
+// released on unload; everything else is created by the host on demand.
+#include <zorutils/strings/LanguageStrings_impl.h>
+
 #include <windows.h>
 
-HINSTANCE g_zorutilsModule = nullptr;
-
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
-  (void)reserved;
   switch (reason) {
     case DLL_PROCESS_ATTACH:
-      g_zorutilsModule = instance;
       DisableThreadLibraryCalls(instance);
+      ZorStringsAttach(instance);
       break;
     case DLL_PROCESS_DETACH:
+      // At process exit (reserved non-null) other threads are gone mid-way and
+      // the memory goes back with the process: only a real unload frees.
+      if (!reserved) ZorStringsDetach();
       break;
   }
   return TRUE;

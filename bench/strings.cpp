@@ -1,0 +1,131 @@
+// Benchmark of the localised-string look-ups (run by ./zor bench strings).
+//
+// A 2,000-key string file is generated with a fixed seed. Two figures:
+// - MyLoadString with the file named explicitly (it re-reads the file on every
+//   call, by design) against a plain _wfopen/fgetws scan to the same keys;
+// - cached look-ups (no file named) against warm GetPrivateProfileStringW.
+#include <zorutils/zorutils.h>
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <string>
+#include <vector>
+
+namespace {
+
+const int kKeys = 2000;
+const int kRepeats = 7;
+
+double Now() {
+  static LARGE_INTEGER freq = [] {
+    LARGE_INTEGER f;
+    QueryPerformanceFrequency(&f);
+    return f;
+  }();
+  LARGE_INTEGER t;
+  QueryPerformanceCounter(&t);
+  return static_cast<double>(t.QuadPart) / static_cast<double>(freq.QuadPart);
+}
+
+template <class F>
+double Median(F body) {
+  std::vector<double> times;
+  for (int i = 0; i < kRepeats; ++i) {
+    double t0 = Now();
+    body();
+    times.push_back(Now() - t0);
+  }
+  std::sort(times.begin(), times.end());
+  return times[times.size() / 2];
+}
+
+unsigned g_seed = 12345;
+unsigned NextRandom() {
+  g_seed = g_seed * 1103515245u + 12345u;
+  return (g_seed >> 8) & 0xFFFFFF;
+}
+
+std::wstring KeyName(int i) {
+  wchar_t buf[32];
+  swprintf(buf, 32, L"MessageKey%04d", i);
+  return buf;
+}
+
+std::wstring MakeFile() {
+  wchar_t temp[MAX_PATH];
+  GetTempPathW(MAX_PATH, temp);
+  std::wstring path = std::wstring(temp) + L"zor-bench-strings.ini";
+  std::string text = "; generated string file\r\n[Strings]\r\n";
+  for (int i = 0; i < kKeys; ++i) {
+    if (i % 100 == 0) text += "; block " + std::to_string(i / 100) + "\r\n";
+    char line[160];
+    snprintf(line, sizeof line, "MessageKey%04d=Text number %d for the message box\\n%s\r\n", i, i,
+             (NextRandom() % 3 == 0) ? "with a second line" : "");
+    text += line;
+  }
+  FILE* f = _wfopen(path.c_str(), L"wb");
+  fwrite(text.data(), 1, text.size(), f);
+  fclose(f);
+  return path;
+}
+
+// The baseline reader: the same file opened in text mode, scanned to the key.
+bool PlainScan(const wchar_t* path, const std::wstring& key, wchar_t* out) {
+  FILE* f = _wfopen(path, L"r");
+  if (!f) return false;
+  wchar_t line[1024];
+  bool found = false;
+  while (fgetws(line, 1024, f)) {
+    if (wcsncmp(line, key.c_str(), key.size()) == 0 && line[key.size()] == L'=') {
+      wcscpy(out, line + key.size() + 1);
+      found = true;
+      break;
+    }
+  }
+  fclose(f);
+  return found;
+}
+
+}  // namespace
+
+int main() {
+  std::wstring file = MakeFile();
+  std::vector<std::wstring> keys;
+  for (int i = 0; i < 200; ++i) keys.push_back(KeyName(static_cast<int>(NextRandom() % kKeys)));
+  wchar_t out[1024];
+
+  // Explicit file: read every time.
+  double ours = Median([&] {
+    for (auto& k : keys) MyLoadString(const_cast<wchar_t*>(k.c_str()), out, 1000, const_cast<wchar_t*>(file.c_str()), false);
+  });
+  double scan = Median([&] {
+    for (auto& k : keys) PlainScan(file.c_str(), k, out);
+  });
+  printf("BENCH strings.file.vs_scan %.3f x\n", ours / scan);
+  printf("BENCH strings.file.us_per_call %.1f us\n", ours / keys.size() * 1e6);
+
+  // Cached: every key looked up once through the main file, then again.
+  SetStringFile(const_cast<wchar_t*>(file.c_str()));
+  for (int i = 0; i < kKeys; ++i) {
+    std::wstring k = KeyName(i);
+    MyLoadString(const_cast<wchar_t*>(k.c_str()), out, 1000, nullptr, true);
+  }
+  std::vector<std::wstring> many;
+  for (int i = 0; i < 20000; ++i) many.push_back(KeyName(static_cast<int>(NextRandom() % kKeys)));
+  double cached = Median([&] {
+    for (auto& k : many) MyLoadString(const_cast<wchar_t*>(k.c_str()), out, 1000, nullptr, true);
+  }) / many.size();
+  GetPrivateProfileStringW(L"Strings", keys[0].c_str(), L"", out, 1000, file.c_str());  // warm it
+  double profile = Median([&] {
+    for (size_t i = 0; i < 200; ++i)
+      GetPrivateProfileStringW(L"Strings", many[i].c_str(), L"", out, 1000, file.c_str());
+  }) / 200;
+  printf("BENCH strings.cached.vs_profile %.5f x\n", cached / profile);
+  printf("BENCH strings.cached.ns_per_call %.0f ns\n", cached * 1e9);
+  DeleteFileW(file.c_str());
+  return 0;
+}
