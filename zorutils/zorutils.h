@@ -8,8 +8,38 @@
 
 // Text primitives
 #include <zorutils/text/COMString.h>
+#include <zorutils/text/HtmlEntities.h>
 #include <zorutils/text/Locks.h>
 #include <zorutils/text/StringUtils.h>
 
 // Containers
+#include <zorutils/containers/ArrayList.h>
+#include <zorutils/containers/ByteQueue.h>
 #include <zorutils/containers/DynArray.h>
+#include <zorutils/containers/HashTable.h>
+#include <zorutils/containers/MyList.h>
+#include <zorutils/containers/Observer.h>
+#include <zorutils/containers/StringLists.h>
+
+// Text file formats
+#include <zorutils/formats/DelimitedTextFile.h>
+#include <zorutils/formats/IniFileReader.h>
+#include <zorutils/formats/XMLValue.h>
+#include <zorutils/formats/XMLNode.h>
+#include <zorutils/formats/XMLFile.h>
+
+// Localised strings
+#include <zorutils/strings/LanguageStrings.h>
+
+// Undo
+#include <zorutils/undo/UndoMgr.h>
+
+// Files, folders and system information
+#include <zorutils/system/Browsers.h>
+#include <zorutils/system/ClipboardFiles.h>
+#include <zorutils/system/Drives.h>
+#include <zorutils/system/FileNames.h>
+#include <zorutils/system/FileTimes.h>
+#include <zorutils/system/Paths.h>
+#include <zorutils/system/RegistryStrings.h>
+#include <zorutils/system/SystemInfo.h>

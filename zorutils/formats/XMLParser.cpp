@@ -1,0 +1,440 @@
+// The forgiving tag scanner behind CXMLNode::Load, and the UTF-8 pass.
+//
+// One pass over the text: each tag is found once, its opening and closing
+// recognised, its name cut into one shared TFieldResult, and the tag handed
+// on to the child it starts (the child takes it as its own opening tag
+// instead of scanning for it again). Contents and children met while an
+// element is open wait on two shared stacks and move into the element's
+// arrays in one step when it is done, so each array is allocated once at its
+// exact size.
+#include <zorutils/formats/XMLNode.h>
+
+#include <zorfutls/zorfutls.h>
+#include <zorutils/formats/XMLNode_impl.h>
+
+#include <cstdlib>
+#include <cwchar>
+#include <new>
+
+using zor::xml::FoldAZ;
+using zor::xml::NamesEqual;
+
+namespace {
+
+inline bool IsWhite(wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; }
+
+// The limit of a DOCTYPE token, in characters.
+const size_t kDocTypeToken = 1023;
+
+using TagSpan = XMLParser::TagSpan;
+
+// Finds the next tag at or after `pos`. Returns the position of its '<' or
+// kXMLNoTag. Fills the kinds of `field`; the name is left to ParseFieldID.
+unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos, TFieldResult& field,
+                     TagSpan& span) {
+  unsigned int i = pos;
+  for (;;) {
+    while (i < length && text[i] != L'<') ++i;
+    if (i >= length) return kXMLNoTag;
+    if (i + 4 < length && text[i + 1] == L'!' && text[i + 2] == L'-' && text[i + 3] == L'-') {
+      // Inside a comment only "-->" counts.
+      unsigned int j = i + 4;
+      while (j + 2 < length && !(text[j] == L'-' && text[j + 1] == L'-' && text[j + 2] == L'>')) ++j;
+      if (j + 2 >= length) return kXMLNoTag;
+      i = j + 3;
+      continue;
+    }
+    unsigned int open = 1;
+    field.startKind = kXMLStartTag;
+    if (i + 1 < length && text[i + 1] == L'?') {
+      field.startKind = kXMLDeclaration;
+      open = 2;
+    } else if (i + 1 < length && text[i + 1] == L'/') {
+      field.startKind = kXMLEndTag;
+      open = 2;
+    } else if (i + 9 <= length && text[i + 1] == L'!') {
+      static const wchar_t kDocType[] = L"doctype";
+      unsigned int k = 0;
+      while (k < 7 && FoldAZ(text[i + 2 + k]) == kDocType[k]) ++k;
+      if (k == 7) {
+        field.startKind = kXMLDocType;
+        open = 9;
+      }
+    }
+    // The closing, outside quotes; inside a quote only the same quote ends it.
+    wchar_t quote = 0;
+    for (unsigned int j = i + open; j < length; ++j) {
+      const wchar_t c = text[j];
+      if (quote) {
+        if (c == quote) quote = 0;
+      } else if (c == L'>') {
+        field.endKind = kXMLEndTagClose;
+        span = {i + open, j, j + 1};
+        return i;
+      } else if ((c == L'?' || c == L'/') && j + 1 < length && text[j + 1] == L'>') {
+        field.endKind = c == L'?' ? kXMLEndDeclaration : kXMLEndEmpty;
+        span = {i + open, j, j + 2};
+        return i;
+      } else if (c == L'"' || c == L'\'') {
+        quote = c;
+      }
+    }
+    // An opening that never closes ends the scan.
+    return kXMLNoTag;
+  }
+}
+
+// Calls f(nameStart, nameLength, valueStart, valueLength) for each attribute
+// of a tag's inner text, with both cut and trimmed; pairs left empty are
+// skipped.
+template <class F>
+void ForEachAttribute(const wchar_t* text, unsigned int length, F f) {
+  unsigned int j = 0;
+  while (j < length && !IsWhite(text[j])) ++j;  // the tag name
+  auto cutAndTrim = [](unsigned int& start, unsigned int& n, const wchar_t* t) {
+    if (n > static_cast<unsigned int>(kXMLMaxAttribute)) n = kXMLMaxAttribute;
+    while (n > 0 && IsWhite(t[start])) ++start, --n;
+    while (n > 0 && IsWhite(t[start + n - 1])) --n;
+  };
+  for (;;) {
+    while (j < length && IsWhite(text[j])) ++j;
+    if (j >= length) return;
+    unsigned int nameStart = j;
+    while (j < length && text[j] != L'=') ++j;
+    if (j >= length) return;
+    unsigned int nameLength = j - nameStart;
+    while (j < length && text[j] != L'"') ++j;
+    if (j >= length) return;
+    unsigned int valueStart = ++j;
+    while (j < length && text[j] != L'"') ++j;
+    if (j >= length) return;  // an unclosed value is dropped
+    unsigned int valueLength = j - valueStart;
+    ++j;
+    cutAndTrim(nameStart, nameLength, text);
+    cutAndTrim(valueStart, valueLength, text);
+    if (nameLength > 0 && valueLength > 0) f(nameStart, nameLength, valueStart, valueLength);
+  }
+}
+
+// Whether a string holds a character that can start a UTF-8 sequence: only
+// then can decoding change it.
+bool HasUTF8Lead(const wchar_t* s) {
+  for (; *s; ++s)
+    if (*s >= 192 && *s <= 253) return true;
+  return false;
+}
+
+void DecodeString(wchar_t* s, wchar_t* work, int workChars) {
+  if (s && HasUTF8Lead(s) && CXMLNode::DecodeUTF8ToBuffer(s, work, workChars)) wcscpy(s, work);
+}
+
+}  // namespace
+
+CXMLValue* XMLParser::NewValue(const wchar_t* name, size_t nameLength, const wchar_t* value,
+                               size_t valueLength) {
+  if (!name) nameLength = 0;
+  if (!value) valueLength = 0;
+  const size_t chars = (nameLength ? nameLength + 1 : 0) + (valueLength ? valueLength + 1 : 0);
+  void* block = CXMLValue::operator new(sizeof(CXMLValue) + chars * sizeof(wchar_t));
+  if (!block) return nullptr;
+  CXMLValue* v = ::new (block) CXMLValue;
+  wchar_t* p = v->InlineText();
+  if (nameLength) {
+    wmemcpy(p, name, nameLength);
+    p[nameLength] = 0;
+    v->m_fieldName = p;
+    p += nameLength + 1;
+  }
+  if (valueLength) {
+    wmemcpy(p, value, valueLength);
+    p[valueLength] = 0;
+    v->m_value = p;
+  }
+  return v;
+}
+
+CXMLNode* XMLParser::NewNode(const wchar_t* name, size_t nameLength) {
+  const size_t chars = nameLength ? nameLength + 1 : 0;
+  void* block = CXMLNode::operator new(sizeof(CXMLNode) + chars * sizeof(wchar_t));
+  if (!block) return nullptr;
+  CXMLNode* node = ::new (block) CXMLNode;
+  if (nameLength) {
+    wchar_t* p = reinterpret_cast<wchar_t*>(reinterpret_cast<char*>(node) + sizeof(CXMLNode));
+    wmemcpy(p, name, nameLength);
+    p[nameLength] = 0;
+    node->m_name = p;
+  }
+  return node;
+}
+
+unsigned int XMLParser::NextTag(CXMLNode* node, unsigned int pos) {
+  if (pos == noTagFrom) return kXMLNoTag;
+  unsigned int at = ScanTag(text, length, pos, *field, span);
+  if (at == kXMLNoTag) {
+    noTagFrom = pos;
+    return at;
+  }
+  node->ParseFieldID(text, span.innerStart, span.innerEnd - span.innerStart, *field);
+  return at;
+}
+
+bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags, int depth, bool haveTag,
+                            unsigned int tagStart) {
+  const int childBase = pendingChildren.GetSize();
+  const int contentBase = pendingContents.GetSize();
+  int sequence = 0;
+  bool metOpen = false;
+  bool result = true;  // also the answer after maxTags tags
+  unsigned int openedAt = position;
+  for (int tags = 0; tags < maxTags; ++tags) {
+    if (haveTag) {
+      haveTag = false;
+    } else {
+      tagStart = NextTag(node, position);
+      if (tagStart == kXMLNoTag) {
+        result = metOpen;
+        break;
+      }
+      if (node->m_progressCallback) node->m_progressCallback(tagStart, node->m_fileSize, node->m_progressUser);
+    }
+    TFieldResult& f = *field;
+    if (!metOpen) {
+      // The node's own opening tag.
+      metOpen = true;
+      openedAt = tagStart;
+      if (!node->m_name) node->SetName(f.tagName);
+      if (f.startKind == kXMLDocType) {
+        if (!node->m_name || wcscmp(node->m_name, L"DOCTYPE") != 0) node->SetName(L"DOCTYPE");
+        node->ParseDocTypeDeclaration(text + tagStart, span.innerEnd - tagStart);
+      } else if (f.hasAttributes) {
+        node->LoadHeaderProperties(text + span.innerStart, span.innerEnd - span.innerStart);
+      }
+      position = span.tagEnd;
+      if (f.endKind == kXMLEndEmpty || f.startKind == kXMLDocType) break;
+      continue;
+    }
+    if (node->IsMeaningfulString(text, position, tagStart)) {
+      CXMLValue* content = NewValue(node->m_name, node->m_name ? wcslen(node->m_name) : 0, text + position,
+                                    tagStart - position);
+      if (content) {
+        content->m_sequenceNumber = sequence++;
+        if (!pendingContents.Add(content)) delete content;
+      }
+    }
+    if (f.startKind == kXMLEndTag && NamesEqual(node->m_name, f.tagName)) {
+      position = span.tagEnd;
+      break;
+    }
+    if (depth >= kXMLMaxDepth) {
+      // Too deep to nest further: the tag is dropped.
+      position = span.tagEnd;
+      continue;
+    }
+    // The child's name is known already: the tag in hand is its opening tag.
+    CXMLNode* child = f.startKind == kXMLDocType ? NewNode(L"DOCTYPE", 7) : NewNode(f.tagName, wcslen(f.tagName));
+    if (!child) {
+      position = span.tagEnd;
+      continue;
+    }
+    child->m_progressCallback = node->m_progressCallback;
+    child->m_progressUser = node->m_progressUser;
+    child->m_fileSize = node->m_fileSize;
+    child->m_shouldDeHTMLify = node->m_shouldDeHTMLify;
+    position = tagStart;
+    if (!LoadElement(child, position, maxTags, depth + 1, true, tagStart)) {
+      delete child;
+      continue;
+    }
+    child->m_sequenceNumber = sequence++;
+    if (child->m_shouldDeHTMLify) child->DeHTMLify(false);
+    if (!pendingChildren.Add(child)) delete child;
+  }
+  // Move what was met into the node's arrays, each grown once.
+  const int contents = pendingContents.GetSize() - contentBase;
+  if (contents > 0) {
+    node->m_contents.Reserve(node->m_contents.GetSize() + contents);
+    for (int i = 0; i < contents; ++i)
+      if (!node->m_contents.Add(pendingContents[contentBase + i])) delete pendingContents[contentBase + i];
+    while (pendingContents.GetSize() > contentBase) pendingContents.RemoveAt(pendingContents.GetSize() - 1);
+  }
+  const int children = pendingChildren.GetSize() - childBase;
+  if (children > 0) {
+    node->m_children.Reserve(node->m_children.GetSize() + children);
+    for (int i = 0; i < children; ++i)
+      if (!node->m_children.Add(pendingChildren[childBase + i])) delete pendingChildren[childBase + i];
+    while (pendingChildren.GetSize() > childBase) pendingChildren.RemoveAt(pendingChildren.GetSize() - 1);
+  }
+  if (metOpen) node->m_nodeLength = position - openedAt;
+  return result;
+}
+
+// --- CXMLNode: parsing ------------------------------------------------------------------
+
+bool CXMLNode::Load(const wchar_t* text, unsigned int& position, unsigned int length, int maxTags) {
+  if (!text || length == 0) {
+    Log(L"Leaving CXMLFile::Load, no data");
+    return false;
+  }
+  XMLParser parser(text, length);
+  if (!parser.field) return false;
+  return parser.LoadElement(this, position, maxTags, 0, false, 0);
+}
+
+unsigned int CXMLNode::GetNextFieldInfo(const wchar_t* text, unsigned int length, unsigned int position,
+                                        unsigned int& tagEnd, TFieldResult& result) {
+  if (!text) return kXMLNoTag;
+  TagSpan span;
+  unsigned int at = ScanTag(text, length, position, result, span);
+  if (at == kXMLNoTag) return at;
+  ParseFieldID(text, span.innerStart, span.innerEnd - span.innerStart, result);
+  tagEnd = span.tagEnd;
+  return at;
+}
+
+void CXMLNode::ParseFieldID(const wchar_t* text, unsigned int start, unsigned int count, TFieldResult& result) {
+  result.tagName[0] = 0;
+  result.quotedValue[0] = 0;
+  result.hasAttributes = false;
+  if (!text) return;
+  const unsigned int end = start + count;
+  unsigned int j = start;
+  while (j < end && IsWhite(text[j])) ++j;
+  unsigned int n = 0;
+  for (; j < end && !IsWhite(text[j]); ++j)
+    if (n < static_cast<unsigned int>(kXMLMaxTagName)) result.tagName[n++] = text[j];
+  result.tagName[n] = 0;
+  // The rest: does anything follow white space (outside quotes), and the
+  // first quoted text.
+  wchar_t quote = 0;
+  bool sawWhite = false, collecting = false, gotQuoted = false;
+  unsigned int q = 0;
+  for (; j < end; ++j) {
+    const wchar_t c = text[j];
+    if (quote) {
+      if (c == quote) {
+        quote = 0;
+        if (collecting) {
+          collecting = false;
+          if (result.hasAttributes) break;  // nothing more to learn
+        }
+      } else if (collecting && q < static_cast<unsigned int>(kXMLFieldChars - 1)) {
+        result.quotedValue[q++] = c;
+      }
+      continue;
+    }
+    if (IsWhite(c)) {
+      sawWhite = true;
+      continue;
+    }
+    if (sawWhite) result.hasAttributes = true;
+    if (c == L'"' || c == L'\'') {
+      quote = c;
+      if (!gotQuoted) collecting = gotQuoted = true;
+    } else if (result.hasAttributes && gotQuoted) {
+      break;
+    }
+  }
+  result.quotedValue[q] = 0;
+}
+
+void CXMLNode::LoadHeaderProperties(const wchar_t* text, unsigned int length) {
+  if (!text) return;
+  int count = 0;
+  ForEachAttribute(text, length, [&](unsigned int, unsigned int, unsigned int, unsigned int) { ++count; });
+  if (count == 0) return;
+  m_headerProperties.Reserve(m_headerProperties.GetSize() + count);
+  ForEachAttribute(text, length, [&](unsigned int ns, unsigned int nn, unsigned int vs, unsigned int vn) {
+    CXMLValue* v = XMLParser::NewValue(text + ns, nn, text + vs, vn);
+    if (v && !m_headerProperties.Add(v)) delete v;
+  });
+}
+
+bool CXMLNode::IsMeaningfulString(const wchar_t* text, unsigned int from, unsigned int to) const {
+  if (!text) return false;
+  for (unsigned int i = from; i < to; ++i)
+    if (text[i] != L' ' && text[i] >= 14) return true;
+  return false;
+}
+
+void CXMLNode::ParseDocTypeDeclaration(const wchar_t* text, unsigned int length) {
+  if (!text) return;
+  // The tag's first token is the keyword itself, which is not kept.
+  unsigned int j = 0;
+  while (j < length && IsWhite(text[j])) ++j;
+  if (j >= length) return;
+  while (j < length && !IsWhite(text[j])) ++j;
+  if (j >= length) return;
+  wchar_t token[kDocTypeToken + 1];
+  size_t n = 0;
+  int sequence = 0;
+  bool inDouble = false, inSingle = false;
+  auto emit = [&]() {
+    if (n == 0) return;
+    CXMLValue* v = XMLParser::NewValue(nullptr, 0, token, n);
+    if (v) {
+      v->m_sequenceNumber = sequence++;
+      if (!m_contents.Add(v)) delete v;
+    }
+    n = 0;
+  };
+  for (; j < length; ++j) {
+    const wchar_t c = text[j];
+    if (c == L'\r' || c == L'\n') continue;
+    if (c == L'"') {
+      inDouble = !inDouble;
+      if (!inDouble) emit();
+    } else if (c == L'\'') {
+      inSingle = !inSingle;
+      if (!inSingle) emit();
+    } else if (c == L' ' && !inDouble && !inSingle) {
+      emit();
+    } else if (n < kDocTypeToken) {
+      token[n++] = c;
+    }
+  }
+  // A token still open here is deliberately not added.
+}
+
+// --- UTF-8 ---------------------------------------------------------------------------------
+
+bool CXMLNode::DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars) {
+  if (!in || !out || outChars < 1) return false;
+  const size_t length = wcslen(in);
+  if (static_cast<size_t>(outChars) < length + 1) return false;
+  bool changed = false;
+  size_t o = 0;
+  for (size_t i = 0; i < length;) {
+    const wchar_t c = in[i];
+    if (c >= 192 && c <= 223 && i + 1 < length && (in[i + 1] & 0x80)) {
+      out[o++] = static_cast<wchar_t>(((c & 31) << 6) + (in[i + 1] & 63));
+      i += 2;
+      changed = true;
+    } else if (c >= 224 && c <= 239 && i + 2 < length && (in[i + 1] & 0x80) && (in[i + 2] & 0x80)) {
+      out[o++] = static_cast<wchar_t>((c << 12) + ((in[i + 1] & 63) << 6) + (in[i + 2] & 63));
+      i += 3;
+      changed = true;
+    } else if (c >= 240 && c <= 253) {
+      // Four-byte sequences are not decoded: the lead goes, the rest stays.
+      ++i;
+      changed = true;
+    } else {
+      out[o++] = in[i++];
+    }
+  }
+  out[o] = 0;
+  return changed;
+}
+
+void CXMLNode::DecodeUTF8(wchar_t* work, int workChars) {
+  if (!work || workChars < 1) return;
+  for (int i = 0; i < m_children.GetSize(); ++i) m_children[i]->DecodeUTF8(work, workChars);
+  DecodeString(m_name, work, workChars);
+  for (int i = 0; i < m_headerProperties.GetSize(); ++i) {
+    DecodeString(m_headerProperties[i]->m_fieldName, work, workChars);
+    DecodeString(m_headerProperties[i]->m_value, work, workChars);
+  }
+  for (int i = 0; i < m_contents.GetSize(); ++i) {
+    DecodeString(m_contents[i]->m_fieldName, work, workChars);
+    DecodeString(m_contents[i]->m_value, work, workChars);
+  }
+}
