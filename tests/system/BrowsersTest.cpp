@@ -4,16 +4,11 @@
 
 #include <zorutils/system/Browsers.h>
 
-using zortest::TempDir;
-
-TEST(Browsers, NullTargetIsRefused) { EXPECT_FALSE(LaunchBrowser(nullptr, nullptr, SW_HIDE)); }
-
-TEST(Browsers, ShellOpensTheTargetFirst) {
-  TempDir dir;
-  std::wstring marker = dir / L"opened.txt";
-  std::wstring bat = dir / L"open.bat";
-  std::string script = "@echo opened> \"" + std::string(marker.begin(), marker.end()) + "\"\r\n";
-  ASSERT_TRUE(zortest::WriteBytes(bat, script));
+TEST(Browsers, ShellOpensTheTargetFirstAndNullIsRefused) {
+  EXPECT_FALSE(LaunchBrowser(nullptr, nullptr, SW_HIDE));
+  systest::TempDir dir;
+  const std::wstring marker = dir / L"opened.txt", bat = dir / L"open.bat";
+  ASSERT_TRUE(zortest::WriteBytes(bat, "@echo opened> \"" + systest::Narrow(marker) + "\"\r\n"));
   ASSERT_TRUE(LaunchBrowser(bat.c_str(), nullptr, SW_HIDE));
   // The batch file runs in its own process: wait generously for its mark.
   for (int i = 0; i < 600 && GetFileAttributesW(marker.c_str()) == INVALID_FILE_ATTRIBUTES; ++i) Sleep(50);

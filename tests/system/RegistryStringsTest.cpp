@@ -3,19 +3,18 @@
 
 #include <zorutils/system/RegistryStrings.h>
 
-using systest::Guarded;
-using systest::TestRegKey;
+using namespace systest;
 
 TEST(RegistryStrings, WriteCreatesTheKeyAndReadsBack) {
   TestRegKey key(L"regstrings");
-  EXPECT_FALSE(key.Exists());
-  ASSERT_TRUE(WriteRegistryString(HKEY_CURRENT_USER, key.path(), L"name", L"value \x00e9"));
-  EXPECT_EQ(L"value \x00e9", key.Read(L"name"));
-  wchar_t buf[64];
-  ASSERT_TRUE(GetRegistryString(HKEY_CURRENT_USER, key.path(), L"name", buf, 64));
-  EXPECT_EQ(L"value \x00e9", std::wstring(buf));
-  ASSERT_TRUE(WriteRegistryString(HKEY_CURRENT_USER, key.path(), L"name", L""));
-  EXPECT_EQ(L"", key.Read(L"name"));
+  EXPECT_EQ(-1, key.ValueCount());
+  for (const wchar_t* value : {L"value \x00e9", L""}) {
+    ASSERT_TRUE(WriteRegistryString(HKEY_CURRENT_USER, key.path(), L"name", value));
+    EXPECT_EQ(value, key.Read(L"name"));
+    wchar_t buf[64] = L"junk";
+    ASSERT_TRUE(GetRegistryString(HKEY_CURRENT_USER, key.path(), L"name", buf, 64));
+    EXPECT_EQ(value, std::wstring(buf));
+  }
 }
 
 // A missing value reads as an empty string and still reports success; only
@@ -34,31 +33,29 @@ TEST(RegistryStrings, MissingValueReadsEmptyButMissingKeyFails) {
 TEST(RegistryStrings, ReadIsCutToTheBufferAndTerminated) {
   TestRegKey key(L"regstrings");
   key.Write(L"v", L"abcdef");
-  for (int cap : {1, 2, 6, 7, 8}) {
-    Guarded<> out(static_cast<size_t>(cap));
-    EXPECT_TRUE(GetRegistryString(HKEY_CURRENT_USER, key.path(), L"v", out.get(), out.cap()));
-    EXPECT_EQ(std::wstring(L"abcdef").substr(0, static_cast<size_t>(cap - 1)), std::wstring(out.get())) << cap;
-    EXPECT_TRUE(out.GuardIntact()) << cap;
+  key.Write(L"raw", L"wxyz", 4 * sizeof(wchar_t));  // stored without its terminator
+  const struct {
+    const wchar_t* name;
+    int cap;
+    const wchar_t* expected;
+  } cases[] = {{L"v", 1, L""}, {L"v", 2, L"a"}, {L"v", 6, L"abcde"}, {L"v", 7, L"abcdef"}, {L"v", 8, L"abcdef"},
+               {L"raw", 4, L"wxy"}};
+  for (const auto& c : cases) {
+    Guarded<> out(static_cast<size_t>(c.cap));
+    EXPECT_TRUE(GetRegistryString(HKEY_CURRENT_USER, key.path(), c.name, out.get(), out.cap()));
+    EXPECT_EQ(c.expected, std::wstring(out.get())) << zortest::Escape(c.name) << " " << c.cap;
+    EXPECT_TRUE(out.GuardIntact()) << c.cap;
   }
-  // A value stored without its terminator still comes back terminated.
-  const wchar_t raw[4] = {L'w', L'x', L'y', L'z'};
-  RegSetKeyValueW(HKEY_CURRENT_USER, key.path(), L"raw", REG_SZ, raw, sizeof raw);
-  Guarded<> out(4);
-  EXPECT_TRUE(GetRegistryString(HKEY_CURRENT_USER, key.path(), L"raw", out.get(), out.cap()));
-  EXPECT_EQ(L"wxy", std::wstring(out.get()));
-  EXPECT_TRUE(out.GuardIntact());
 }
 
 TEST(RegistryStrings, NullArgumentsFail) {
   TestRegKey key(L"regstrings");
   wchar_t buf[8];
-  EXPECT_FALSE(GetRegistryString(HKEY_CURRENT_USER, nullptr, L"v", buf, 8));
-  EXPECT_FALSE(GetRegistryString(HKEY_CURRENT_USER, key.path(), nullptr, buf, 8));
-  EXPECT_FALSE(GetRegistryString(HKEY_CURRENT_USER, key.path(), L"v", nullptr, 8));
-  EXPECT_FALSE(GetRegistryString(HKEY_CURRENT_USER, key.path(), L"v", buf, 0));
-  EXPECT_FALSE(WriteRegistryString(HKEY_CURRENT_USER, key.path(), L"v", nullptr));
-  EXPECT_FALSE(WriteRegistryString(HKEY_CURRENT_USER, nullptr, L"v", L"x"));
-  EXPECT_FALSE(WriteRegistryString(HKEY_CURRENT_USER, key.path(), nullptr, L"x"));
-  EXPECT_FALSE(WriteRegistryString(nullptr, key.path(), L"v", L"x"));
-  EXPECT_FALSE(key.Exists());
+  const HKEY hk = HKEY_CURRENT_USER;
+  EXPECT_FALSE(GetRegistryString(hk, nullptr, L"v", buf, 8) || GetRegistryString(hk, key.path(), nullptr, buf, 8) ||
+               GetRegistryString(hk, key.path(), L"v", nullptr, 8) || GetRegistryString(hk, key.path(), L"v", buf, 0));
+  EXPECT_FALSE(WriteRegistryString(hk, key.path(), L"v", nullptr) || WriteRegistryString(hk, nullptr, L"v", L"x") ||
+               WriteRegistryString(hk, key.path(), nullptr, L"x") ||
+               WriteRegistryString(nullptr, key.path(), L"v", L"x"));
+  EXPECT_EQ(-1, key.ValueCount()) << "nothing was created";
 }

@@ -1,16 +1,18 @@
-// Helpers shared by the files, folders and system information tests: a
-// throw-away registry key, guarded output buffers, a value to save and
-// restore around a test.
+// Helpers shared by the system tests: a throw-away registry key, a registry
+// value saved and restored around a test, guarded output buffers and paths.
 #pragma once
 
 #include "tests/support/TestSupport.h"
 
 #include <windows.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 namespace systest {
+
+using zortest::TempDir;
 
 /// HKEY_CURRENT_USER\Software\zortest-system\<name>, deleted before and after.
 class TestRegKey {
@@ -22,29 +24,21 @@ public:
   }
   const wchar_t* path() const { return m_path.c_str(); }
   void Remove() { RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str()); }
-  bool Exists() const {
-    HKEY k = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, m_path.c_str(), 0, KEY_READ, &k) != ERROR_SUCCESS) return false;
-    RegCloseKey(k);
-    return true;
-  }
   /// The string value `name`, or "<missing>".
   std::wstring Read(const std::wstring& name) const {
     wchar_t buf[1024];
     DWORD bytes = sizeof buf;
-    if (RegGetValueW(HKEY_CURRENT_USER, m_path.c_str(), name.c_str(), RRF_RT_REG_SZ, nullptr, buf, &bytes) !=
-        ERROR_SUCCESS)
-      return L"<missing>";
-    return buf;
+    LONG rc = RegGetValueW(HKEY_CURRENT_USER, path(), name.c_str(), RRF_RT_REG_SZ, nullptr, buf, &bytes);
+    return rc == ERROR_SUCCESS ? buf : L"<missing>";
   }
-  void Write(const std::wstring& name, const std::wstring& value) const {
-    RegSetKeyValueW(HKEY_CURRENT_USER, m_path.c_str(), name.c_str(), REG_SZ, value.c_str(),
-                    static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+  void Write(const std::wstring& name, const std::wstring& value, DWORD bytes = 0) const {
+    RegSetKeyValueW(HKEY_CURRENT_USER, path(), name.c_str(), REG_SZ, value.c_str(),
+                    bytes ? bytes : static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
   }
   /// Number of values in the key (-1 when it does not exist).
   int ValueCount() const {
     HKEY k = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, m_path.c_str(), 0, KEY_READ, &k) != ERROR_SUCCESS) return -1;
+    if (RegOpenKeyExW(HKEY_CURRENT_USER, path(), 0, KEY_READ, &k) != ERROR_SUCCESS) return -1;
     DWORD values = 0;
     RegQueryInfoKeyW(k, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &values, nullptr, nullptr, nullptr,
                      nullptr);
@@ -59,38 +53,24 @@ private:
 /// Saves one registry value (or its absence) and puts it back when it goes.
 class SavedRegValue {
 public:
-  SavedRegValue(HKEY root, const std::wstring& key, const std::wstring& name)
-      : m_root(root), m_key(key), m_name(name) {
-    DWORD bytes = 0;
-    if (RegGetValueW(root, key.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND, &m_type, nullptr, &bytes) ==
-        ERROR_SUCCESS) {
-      m_data.resize(bytes);
-      m_had = RegGetValueW(root, key.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND, &m_type, m_data.data(),
-                           &bytes) == ERROR_SUCCESS;
-      m_data.resize(bytes);
-    }
+  SavedRegValue(HKEY root, const std::wstring& key, const std::wstring& name) : m_root(root), m_key(key), m_name(name) {
+    m_had = RegGetValueW(root, key.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND, &m_type, m_data, &m_size) == 0;
   }
   ~SavedRegValue() { Restore(); }
-  void Restore() {
-    if (m_had)
-      RegSetKeyValueW(m_root, m_key.c_str(), m_name.c_str(), m_type, m_data.data(), static_cast<DWORD>(m_data.size()));
-    else
-      RegDeleteKeyValueW(m_root, m_key.c_str(), m_name.c_str());
+  void Restore() { m_had ? Set(m_type, m_data, m_size) : Delete(); }
+  void Delete() { RegDeleteKeyValueW(m_root, m_key.c_str(), m_name.c_str()); }
+  void Set(DWORD type, const void* data, size_t bytes) {
+    RegSetKeyValueW(m_root, m_key.c_str(), m_name.c_str(), type, data, static_cast<DWORD>(bytes));
   }
-  void Set(const std::wstring& value, DWORD type = REG_SZ) {
-    RegSetKeyValueW(m_root, m_key.c_str(), m_name.c_str(), type, value.c_str(),
-                    static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
-  }
-  void SetNumber(DWORD value) {
-    RegSetKeyValueW(m_root, m_key.c_str(), m_name.c_str(), REG_DWORD, &value, sizeof value);
-  }
+  void Set(const std::wstring& v) { Set(REG_SZ, v.c_str(), (v.size() + 1) * sizeof(wchar_t)); }
+  void SetNumber(DWORD v) { Set(REG_DWORD, &v, sizeof v); }
 
 private:
   HKEY m_root;
   std::wstring m_key, m_name;
-  DWORD m_type = 0;
-  std::vector<BYTE> m_data;
-  bool m_had = false;
+  DWORD m_type = 0, m_size = sizeof m_data;
+  BYTE m_data[4096];
+  bool m_had;
 };
 
 /// An output buffer of `capacity` units followed by a guard zone that must
@@ -99,26 +79,23 @@ private:
 template <class C = wchar_t>
 class Guarded {
 public:
-  explicit Guarded(size_t capacity) : m_capacity(capacity), m_data(capacity + kGuard, static_cast<C>(0x5A5A)) {}
+  explicit Guarded(size_t capacity) : m_capacity(capacity), m_data(capacity + 16, static_cast<C>(0x5A5A)) {}
   C* get() { return m_data.data(); }
   int cap() const { return static_cast<int>(m_capacity); }
   bool GuardIntact() const {
-    for (size_t i = m_capacity; i < m_data.size(); ++i)
-      if (m_data[i] != static_cast<C>(0x5A5A)) return false;
-    return true;
+    return std::all_of(m_data.begin() + cap(), m_data.end(), [](C c) { return c == static_cast<C>(0x5A5A); });
   }
   /// Terminated within the capacity.
-  bool Terminated() const {
-    for (size_t i = 0; i < m_capacity; ++i)
-      if (m_data[i] == 0) return true;
-    return false;
-  }
+  bool Terminated() const { return std::find(m_data.begin(), m_data.begin() + cap(), C(0)) != m_data.begin() + cap(); }
 
 private:
-  static const size_t kGuard = 16;
   size_t m_capacity;
   std::vector<C> m_data;
 };
+
+/// The first cap - 1 characters: what a buffer of `cap` holds of `s`.
+template <class S>
+S Cut(const S& s, int cap) { return s.substr(0, static_cast<size_t>(cap - 1)); }
 
 /// `n` characters of a path-like text: "C:\" then folder names of 'a'.
 inline std::wstring LongPath(size_t n, const std::wstring& start = L"C:\\") {
@@ -128,12 +105,28 @@ inline std::wstring LongPath(size_t n, const std::wstring& start = L"C:\\") {
   return s;
 }
 
-/// Lower-cases ASCII letters, for comparing paths that Wine may spell with
-/// another case.
+/// Lower-cases ASCII letters, for paths that Wine may spell with another case.
 inline std::wstring Lower(std::wstring s) {
   for (auto& c : s)
     if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c + 32);
   return s;
+}
+
+inline std::string Narrow(const std::wstring& s) { return std::string(s.begin(), s.end()); }
+
+inline bool IsDir(const std::wstring& p) {
+  DWORD a = GetFileAttributesW(p.c_str());
+  return a != INVALID_FILE_ATTRIBUTES && (a & FILE_ATTRIBUTE_DIRECTORY);
+}
+
+/// A chain of 18-character folders under `root`, at least `length` long.
+inline std::wstring MakeDeepFolder(const std::wstring& root, size_t length) {
+  std::wstring deep = root;
+  while (deep.size() < length) {
+    deep += L"\\" + std::wstring(18, L'd');
+    if (!CreateDirectoryW(deep.c_str(), nullptr)) return L"";
+  }
+  return deep;
 }
 
 }  // namespace systest
