@@ -9,29 +9,12 @@ using xmltest::S;
 
 namespace {
 
-TEST(XMLModel, FreshObjectsAreEmpty) {
+TEST(XMLModel, ValueTextsAreBoundedAndCopiesAreDeep) {
+  EXPECT_EQ(CXMLNode().GetChild(-1), nullptr);
   CXMLValue v;
   EXPECT_EQ(v.SequenceNumber(), -1);
-  EXPECT_EQ(v.FieldName(), nullptr);
-  EXPECT_EQ(v.Value(), nullptr);
-  CXMLNode n;
-  EXPECT_EQ(n.SequenceNumber(), -1);
-  EXPECT_EQ(n.HighestSequenceNumber(), -1);
-  EXPECT_EQ(n.Name(), nullptr);
-  EXPECT_EQ(n.GetChild(0), nullptr);
-  EXPECT_EQ(n.GetChild(-1), nullptr);
-  EXPECT_EQ(n.GetContent(0), nullptr);
-  EXPECT_EQ(n.GetContentString(0), nullptr);
-  EXPECT_EQ(n.GetHeaderProperty(0), nullptr);
-  EXPECT_EQ(n.GetLongestString(true), 0u);
-}
-
-TEST(XMLModel, SetValueCopiesLengthOrWholeTextAndNeverReadsPastIt) {
-  CXMLValue v;
   v.SetValue(L"abcdef", 3);
   EXPECT_EQ(S(v.Value()), L"abc");
-  v.SetValue(L"abcdef", 0);
-  EXPECT_EQ(S(v.Value()), L"abcdef");
   v.SetValue(L"abcdef", -7);
   EXPECT_EQ(S(v.Value()), L"abcdef");
   v.SetValue(L"ab", 50);  // stops at the terminator
@@ -40,42 +23,26 @@ TEST(XMLModel, SetValueCopiesLengthOrWholeTextAndNeverReadsPastIt) {
   EXPECT_EQ(S(v.Value()), L"b");
   v.SetValue(nullptr, 3);
   EXPECT_EQ(v.Value(), nullptr);
-  v.SetFieldName(L"name");
-  EXPECT_EQ(S(v.FieldName()), L"name");
-  v.SetFieldName(nullptr);
-  EXPECT_EQ(v.FieldName(), nullptr);
-}
-
-TEST(XMLModel, ValueCopiesAreDeep) {
-  CXMLValue a;
-  a.SetFieldName(L"k");
-  a.SetValue(L"v");
-  a.SetSequenceNumber(4);
-  CXMLValue b(a);
-  EXPECT_NE(b.Value(), a.Value());
-  EXPECT_EQ(S(b.FieldName()), L"k");
+  v.SetFieldName(L"k");
+  v.SetValue(L"v");
+  v.SetSequenceNumber(4);
+  CXMLValue b(v), c;
+  EXPECT_NE(b.Value(), v.Value());
   EXPECT_EQ(b.SequenceNumber(), 4);
-  CXMLValue c;
-  c = a;
-  a.SetValue(L"changed");
-  EXPECT_EQ(S(c.Value()), L"v");
+  c = v;
+  v.SetValue(L"changed");
   c = c;
   EXPECT_EQ(S(c.Value()), L"v");
+  EXPECT_EQ(S(c.FieldName()), L"k");
 }
 
 TEST(XMLModel, MixedContentSharesOneSequenceCounter) {
   CXMLFile doc;
   ASSERT_TRUE(Parse(doc, L"<a>x<b/>y<c></c>z</a>"));
-  EXPECT_EQ(S(doc.Name()), L"a");
-  EXPECT_EQ(doc.SequenceNumber(), 0);
   ASSERT_EQ(doc.NumContents(), 3);
   ASSERT_EQ(doc.NumChildren(), 2);
-  EXPECT_EQ(S(doc.GetContentString(0)), L"x");
-  EXPECT_EQ(doc.GetContent(0)->SequenceNumber(), 0);
-  EXPECT_EQ(doc.GetChild(0)->SequenceNumber(), 1);
-  EXPECT_EQ(doc.GetContent(1)->SequenceNumber(), 2);
-  EXPECT_EQ(doc.GetChild(1)->SequenceNumber(), 3);
-  EXPECT_EQ(doc.GetContent(2)->SequenceNumber(), 4);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(doc.GetContent(i)->SequenceNumber(), 2 * i);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(doc.GetChild(i)->SequenceNumber(), 2 * i + 1);
   // A content's field name is the name of the element holding it.
   EXPECT_EQ(S(doc.GetContent(1)->FieldName()), L"a");
   EXPECT_EQ(doc.HighestSequenceNumber(), 4);
@@ -85,46 +52,25 @@ TEST(XMLModel, MixedContentSharesOneSequenceCounter) {
   EXPECT_EQ(doc.GetValueBySequenceNumber(1), nullptr);
   EXPECT_EQ(S(doc.GetValue(0u)->Value()), L"x");
   EXPECT_EQ(doc.GetValue(3u), nullptr);
-}
-
-TEST(XMLModel, HighestSequenceNumberLooksOnlyAtDirectMembers) {
-  CXMLFile doc;
+  // Only direct members count for the highest number.
   ASSERT_TRUE(Parse(doc, L"<r><a>1<b/>2<c/>3</a></r>"));
   EXPECT_EQ(doc.HighestSequenceNumber(), 0);
   EXPECT_EQ(doc.GetChild(0)->HighestSequenceNumber(), 4);
 }
 
-const wchar_t kShadowing[] =
-    L"<r id=\"attr\">"
-    L"<id>child</id>"
-    L"<deep><name>grand1</name><title>t1</title></deep>"
-    L"<other><title>t2</title></other>"
-    L"<name>direct<x/>second</name>"
-    L"</r>";
-
-TEST(XMLModel, AttributesShadowChildrenOfTheSameName) {
+TEST(XMLModel, GetValuePrefersAttributesThenDirectChildrenThenDepthFirst) {
   CXMLFile doc;
-  ASSERT_TRUE(Parse(doc, kShadowing));
+  ASSERT_TRUE(Parse(doc, L"<r id=\"attr\"><id>child</id><deep><name>grand1</name><title>t1</title></deep>"
+                         L"<other><title>t2</title></other><name>direct<x/>second</name></r>"));
   EXPECT_EQ(S(doc.GetValue(L"id", false)), L"attr");
   EXPECT_EQ(S(doc.GetValue(L"ID", true)), L"attr");
-}
-
-TEST(XMLModel, DirectChildShadowsDeeperOnes) {
-  CXMLFile doc;
-  ASSERT_TRUE(Parse(doc, kShadowing));
   EXPECT_EQ(S(doc.GetValue(L"name", true)), L"direct");
   EXPECT_EQ(S(doc.CXMLNode::GetValue(L"name", false, 1)), L"second");
   EXPECT_EQ(doc.CXMLNode::GetValue(L"name", false, 2), nullptr);
-}
-
-TEST(XMLModel, GetValueRecursesOnlyWhenAskedDepthFirst) {
-  CXMLFile doc;
-  ASSERT_TRUE(Parse(doc, kShadowing));
   EXPECT_EQ(doc.GetValue(L"title", false), nullptr);
   EXPECT_EQ(S(doc.GetValue(L"title", true)), L"t1");  // first child first
-  EXPECT_EQ(doc.GetValue(L"", true), nullptr);
-  EXPECT_EQ(doc.GetValue(nullptr, true), nullptr);
-  EXPECT_EQ(doc.GetValue(L"missing", true), nullptr);
+  for (const wchar_t* none : {L"", static_cast<const wchar_t*>(nullptr), L"missing"})
+    EXPECT_EQ(doc.GetValue(none, true), nullptr);
 }
 
 TEST(XMLModel, FindNodeIsPreOrderAndFoldsOnlyAsciiLetters) {
@@ -152,28 +98,21 @@ TEST(XMLModel, FollowingValueReadsKeyValueSiblings) {
   EXPECT_EQ(doc.GetChildFollowingValue(L"Last"), nullptr);
   EXPECT_EQ(doc.GetValueFollowingValue(L"nothing"), nullptr);
   EXPECT_EQ(doc.GetChildFollowingValue(nullptr), nullptr);
-}
-
-TEST(XMLModel, FollowingValueNeedsTwoChildren) {
-  CXMLFile doc;
   ASSERT_TRUE(Parse(doc, L"<d><key>only</key></d>"));
-  EXPECT_EQ(doc.GetChildFollowingValue(L"only"), nullptr);
+  EXPECT_EQ(doc.GetChildFollowingValue(L"only"), nullptr) << "needs two children";
 }
 
 TEST(XMLModel, AddHeaderPropertyNeedsBothTexts) {
   CXMLNode n;
-  EXPECT_FALSE(n.AddHeaderProperty(L"", L"v"));
-  EXPECT_FALSE(n.AddHeaderProperty(L"k", L""));
-  EXPECT_FALSE(n.AddHeaderProperty(nullptr, L"v"));
-  EXPECT_FALSE(n.AddHeaderProperty(L"k", nullptr));
-  EXPECT_EQ(n.NumHeaderProperties(), 0);
+  for (const wchar_t* blank : {L"", static_cast<const wchar_t*>(nullptr)})
+    EXPECT_FALSE(n.AddHeaderProperty(blank, L"v") || n.AddHeaderProperty(L"k", blank));
   for (int i = 0; i < 20; ++i) EXPECT_TRUE(n.AddHeaderProperty(L"k", std::to_wstring(i).c_str()));
   ASSERT_EQ(n.NumHeaderProperties(), 20);
   EXPECT_EQ(n.GetHeaderProperty(19)->SequenceNumber(), -1);
   EXPECT_EQ(S(n.GetValue(L"K")), L"0");
 }
 
-TEST(XMLModel, AssignmentIsADeepCopyOfEverything) {
+TEST(XMLModel, AssignmentIsADeepCopyAndSafeFromADescendantOrItself) {
   CXMLFile doc;
   ASSERT_TRUE(Parse(doc, L"<r a=\"1\">t<c b=\"2\">u<g/></c></r>"));
   CXMLNode* c = doc.GetChild(0);
@@ -188,25 +127,20 @@ TEST(XMLModel, AssignmentIsADeepCopyOfEverything) {
   EXPECT_EQ(copy.NumHeaderProperties(), 1);
   EXPECT_EQ(S(copy.GetValue(L"b")), L"2");
   ASSERT_EQ(copy.NumChildren(), 1);
-  EXPECT_NE(copy.GetChild(0), c->GetChild(0));
   EXPECT_NE(copy.GetContentString(0), c->GetContentString(0));
   copy.GetChild(0)->SetName(L"renamed");
   EXPECT_EQ(S(c->GetChild(0)->Name()), L"g");
   CXMLNode constructed(doc);
   EXPECT_EQ(xmltest::Depth(&constructed), 2);
   EXPECT_EQ(S(constructed.GetContentString(0)), L"t");
-}
 
-TEST(XMLModel, AssigningADescendantOrItselfIsSafe) {
-  CXMLFile doc;
-  ASSERT_TRUE(Parse(doc, L"<r><c x=\"1\"><g>deep</g></c></r>"));
   CXMLNode& root = doc;
   root = root;
   EXPECT_EQ(S(root.Name()), L"r");
   root = *doc.GetChild(0);  // the source dies in the assignment's Clear()
   EXPECT_EQ(S(root.Name()), L"c");
-  EXPECT_EQ(S(root.GetValue(L"x")), L"1");
-  EXPECT_EQ(S(root.GetValue(L"g")), L"deep");
+  EXPECT_EQ(S(root.GetValue(L"b")), L"2");
+  EXPECT_EQ(S(root.GetChild(0)->Name()), L"g");
 }
 
 TEST(XMLModel, CopyContentsPutsContentsAmongHeaderProperties) {
@@ -223,7 +157,6 @@ TEST(XMLModel, CopyContentsPutsContentsAmongHeaderProperties) {
   EXPECT_EQ(S(dst.GetHeaderProperty(0)->FieldName()), L"mine");
   EXPECT_EQ(S(dst.GetHeaderProperty(1)->FieldName()), L"p");
   EXPECT_EQ(S(dst.GetHeaderProperty(2)->FieldName()), L"s");
-  EXPECT_EQ(S(dst.GetHeaderProperty(2)->Value()), L"text");
   EXPECT_EQ(dst.NumContents(), 0);
   ASSERT_EQ(dst.NumChildren(), 1);
   EXPECT_NE(dst.GetChild(0), src.GetChild(0));
@@ -234,7 +167,7 @@ TEST(XMLModel, CopyContentsPutsContentsAmongHeaderProperties) {
   EXPECT_EQ(dst.NumChildren(), 2);
 }
 
-TEST(XMLModel, EmptyChildrenNoDeleteHandsOwnershipOver) {
+TEST(XMLModel, EmptyChildrenNoDeleteHandsOwnershipOverAndClearFreesAll) {
   CXMLFile doc;
   ASSERT_TRUE(Parse(doc, L"<r a=\"1\">t<c/><d/></r>"));
   CXMLNode* c = doc.GetChild(0);
@@ -242,21 +175,15 @@ TEST(XMLModel, EmptyChildrenNoDeleteHandsOwnershipOver) {
   CXMLValue* a = doc.GetHeaderProperty(0);
   CXMLValue* t = doc.GetContent(0);
   doc.EmptyChildrenNoDelete();
-  EXPECT_EQ(doc.NumChildren(), 0);
-  EXPECT_EQ(doc.NumHeaderProperties(), 0);
-  EXPECT_EQ(doc.NumContents(), 0);
+  EXPECT_EQ(doc.NumChildren() + doc.NumHeaderProperties() + doc.NumContents(), 0);
   EXPECT_EQ(S(doc.Name()), L"r");
-  // The objects live on: they are ours now.
+  // The objects live on: they are ours now (the heap-checked run sees the frees).
   EXPECT_EQ(S(c->Name()), L"c");
   EXPECT_EQ(S(t->Value()), L"t");
   delete c;
   delete d;
   delete a;
   delete t;
-}
-
-TEST(XMLModel, ClearFreesEverythingAndTheNodeIsReusable) {
-  CXMLFile doc;
   ASSERT_TRUE(Parse(doc, L"<r a=\"1\">t<c/></r>"));
   doc.Clear();
   EXPECT_EQ(doc.Name(), nullptr);
@@ -265,7 +192,7 @@ TEST(XMLModel, ClearFreesEverythingAndTheNodeIsReusable) {
   EXPECT_EQ(S(doc.Name()), L"again");
 }
 
-TEST(XMLModel, DeHTMLifyTreatsNamesAttributesAndContents) {
+TEST(XMLModel, DeHTMLifyTreatsNamesAttributesAndContentsButNotChildren) {
   CXMLFile doc;
   ASSERT_TRUE(Parse(doc, L"<r&amp;s k&amp;=\"&quot;v&quot;\">a&amp;b<c>&lt;deep&gt;</c></r&amp;s>"));
   doc.DeHTMLify(false);
@@ -301,10 +228,6 @@ TEST(XMLModel, LongestStringCoversNamesFieldNamesAndValues) {
   EXPECT_EQ(doc.GetLongestString(true), wcslen(L"child-with-long-name"));
 }
 
-}  // namespace
-
-namespace {
-
 // Values and nodes made by the parser keep their texts in their own heap
 // block; every setter must still work on them and free exactly what it
 // should (the heap-checked run watches the frees).
@@ -330,25 +253,8 @@ TEST(XMLModel, TextsStoredWithTheirObjectCanBeReplaced) {
   *c->GetHeaderProperty(0) = *attr;
   EXPECT_EQ(S(c->GetValue(L"renamed-and-longer")), L"new");
   c->Clear();
-  EXPECT_EQ(c->Name(), nullptr);
   c->SetName(L"again");
   EXPECT_EQ(S(doc.GetChild(0)->Name()), L"again");
-}
-
-TEST(XMLModel, ObjectsMayBeMadeAndDestroyedByTheHost) {
-  CXMLValue* v = new CXMLValue;
-  v->SetFieldName(L"k");
-  v->SetValue(L"v");
-  CXMLNode* n = new CXMLNode;
-  n->SetName(L"n");
-  EXPECT_TRUE(n->AddHeaderProperty(L"a", L"b"));
-  n->GetHeaderProperty(0)->SetFieldName(L"c");
-  EXPECT_EQ(S(n->GetValue(L"c")), L"b");
-  CXMLFile* f = new CXMLFile;
-  EXPECT_TRUE(xmltest::Parse(*f, L"<x><y/></x>"));
-  delete f;
-  delete n;
-  delete v;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Helpers shared by the XML tests.
+// Helpers shared by the formats tests (the XML ones and both crash sweeps).
 #pragma once
 
 #include "tests/support/TestSupport.h"
@@ -28,14 +28,11 @@ inline int Depth(const CXMLNode* node) {
   return deepest;
 }
 
-/// Touches every string of the tree and checks the invariants any tree
-/// holds: strings null or non-empty, sequence numbers unique per parent.
-inline void Walk(const CXMLNode* node, size_t* strings) {
-  auto touch = [&](const wchar_t* s) {
-    if (!s) return;
-    ++*strings;
-    EXPECT_GT(wcslen(s), 0u);
-  };
+/// Touches every string of any tree and checks the invariants every tree
+/// holds (strings null or non-empty, sequence numbers unique per parent),
+/// then reads and decodes a copy of it.
+inline void Walk(const CXMLNode* node) {
+  auto touch = [](const wchar_t* s) { EXPECT_TRUE(!s || *s); };
   touch(node->Name());
   for (int i = 0; i < node->NumHeaderProperties(); ++i) {
     touch(node->GetHeaderProperty(i)->FieldName());
@@ -49,7 +46,7 @@ inline void Walk(const CXMLNode* node, size_t* strings) {
   }
   for (int i = 0; i < node->NumChildren(); ++i) {
     seen.push_back(node->GetChild(i)->SequenceNumber());
-    Walk(node->GetChild(i), strings);
+    Walk(node->GetChild(i));
   }
   std::vector<bool> used(seen.size() + 1, false);
   for (int n : seen) {
@@ -58,6 +55,28 @@ inline void Walk(const CXMLNode* node, size_t* strings) {
     EXPECT_FALSE(used[n]) << "sequence number " << n << " twice";
     used[n] = true;
   }
+}
+inline void CheckAnyTree(const CXMLFile& doc) {
+  Walk(&doc);
+  CXMLFile copy(doc);
+  copy.DeHTMLAll();
+  (void)copy.GetValue(L"name", true);
+  (void)copy.FindNode(L"x");
+}
+
+/// `text` with its line ends made CR LF or LF (a lone CR stays), as single
+/// bytes (the low byte of each unit) or as UTF-16LE with a mark.
+inline std::string Encode(const std::wstring& text, bool utf16, bool crlf) {
+  std::wstring lines;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n') continue;
+    if (text[i] == L'\n' && crlf) lines += L'\r';
+    lines += text[i];
+  }
+  if (utf16) return zortest::Utf16Bytes(lines, true);
+  std::string bytes;
+  for (wchar_t c : lines) bytes += static_cast<char>(c & 0xFF);
+  return bytes;
 }
 
 }  // namespace xmltest
