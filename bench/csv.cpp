@@ -6,6 +6,8 @@
 // tables is outside the timing for both sides.
 #include <zorutils/formats/DelimitedTextFile.h>
 
+#include "bench/BenchUtil.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -53,31 +55,11 @@ std::string Generate(int rows) {
   return text;
 }
 
-double Now() {
-  static LARGE_INTEGER frequency = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return static_cast<double>(t.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
+using zorbench::Now;
 
-double Median(std::vector<double> v) {
-  std::sort(v.begin(), v.end());
-  return v[v.size() / 2];
-}
+using zorbench::Median;
 
-bool Write(const std::wstring& path, const std::string& bytes) {
-  HANDLE h = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return false;
-  DWORD wrote = 0;
-  const bool ok = WriteFile(h, bytes.data(), static_cast<DWORD>(bytes.size()), &wrote, nullptr) &&
-                  wrote == bytes.size();
-  CloseHandle(h);
-  return ok;
-}
+using zorbench::Write;
 
 typedef std::vector<std::vector<wchar_t*>> Table;
 

@@ -9,6 +9,8 @@
 // Each figure is the median of 9 runs; the printed ratios are ours / theirs.
 #include <zorutils/formats/IniFileReader.h>
 
+#include "bench/BenchUtil.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -65,31 +67,11 @@ std::string Generate() {
   return text;
 }
 
-double Now() {
-  static LARGE_INTEGER frequency = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return static_cast<double>(t.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
+using zorbench::Now;
 
-double Median(std::vector<double> v) {
-  std::sort(v.begin(), v.end());
-  return v[v.size() / 2];
-}
+using zorbench::Median;
 
-bool Write(const std::wstring& path, const std::string& bytes) {
-  HANDLE h = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return false;
-  DWORD wrote = 0;
-  const bool ok = WriteFile(h, bytes.data(), static_cast<DWORD>(bytes.size()), &wrote, nullptr) &&
-                  wrote == bytes.size();
-  CloseHandle(h);
-  return ok;
-}
+using zorbench::Write;
 
 std::wstring Widen(const std::string& s) { return std::wstring(s.begin(), s.end()); }
 

@@ -28,6 +28,8 @@
 // plus the baselines' own figures.
 #include <zorutils/zorutils.h>
 
+#include "bench/BenchUtil.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -129,24 +131,12 @@ int HookAllocations(HMODULE module) {
 
 // --- Timing and waiting --------------------------------------------------------------
 
-double Now() {
-  static LARGE_INTEGER freq = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return static_cast<double>(t.QuadPart) / static_cast<double>(freq.QuadPart);
-}
+using zorbench::Now;
 
 // Both pipelines wait alike when full or empty.
 inline void Backoff() { SwitchToThread(); }
 
-double Median(std::vector<double> v) {
-  std::sort(v.begin(), v.end());
-  return v[v.size() / 2];
-}
+using zorbench::Median;
 
 std::vector<unsigned char> Source() {
   std::vector<unsigned char> src(kInFlight);

@@ -6,6 +6,8 @@
 // - cached look-ups (no file named) against warm GetPrivateProfileStringW.
 #include <zorutils/zorutils.h>
 
+#include "bench/BenchUtil.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -20,16 +22,7 @@ namespace {
 const int kKeys = 2000;
 const int kRepeats = 7;
 
-double Now() {
-  static LARGE_INTEGER freq = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return static_cast<double>(t.QuadPart) / static_cast<double>(freq.QuadPart);
-}
+using zorbench::Now;
 
 template <class F>
 double Median(F body) {

@@ -10,6 +10,8 @@
 // are widened one to one, as CXMLFile::Open does with a single-byte file.
 #include <zorutils/zorutils.h>
 
+#include "bench/BenchUtil.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -77,16 +79,7 @@ std::vector<wchar_t> Widen(const std::string& bytes) {
   return text;
 }
 
-double Now() {
-  static LARGE_INTEGER frequency = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return static_cast<double>(t.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
+using zorbench::Now;
 
 template <class F>
 double Median(int runs, F f) {
