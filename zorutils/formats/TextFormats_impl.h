@@ -1,8 +1,9 @@
-// Helpers shared by the INI and delimited-text classes: name matching and the
-// byte buffer their Save builds before writing it in one go.
+// Helpers shared by the INI and delimited-text classes: name matching
+// (internal/NameMatch.h) and the byte buffer their Save builds before writing it in one go.
 #pragma once
 
 #include <zorutils/internal/Handles.h>
+#include <zorutils/internal/NameMatch.h>
 
 #include <windows.h>
 
@@ -11,26 +12,6 @@
 #include <cwchar>
 
 namespace zor {
-
-/// A-Z folded to a-z: the only case folding the text formats use. The same
-/// answer as _wcsicmp in the "C" locale, without a runtime call per compare
-/// (which dominates look-ups otherwise).
-inline unsigned int FoldUnit(wchar_t c) {
-  unsigned int u = static_cast<unsigned short>(c);
-  return u - 'A' < 26u ? u + 32u : u;
-}
-
-/// Case-insensitive ordering of two zero-terminated names: <0, 0 or >0.
-inline int FoldCompare(const wchar_t* a, const wchar_t* b) {
-  for (;; ++a, ++b) {
-    unsigned int ca = FoldUnit(*a), cb = FoldUnit(*b);
-    if (ca != cb) return ca < cb ? -1 : 1;
-    if (ca == 0) return 0;
-  }
-}
-
-/// Case-insensitive equality; cheaper than FoldCompare only in intent.
-inline bool FoldEqual(const wchar_t* a, const wchar_t* b) { return FoldCompare(a, b) == 0; }
 
 /// A growing block of output bytes. Allocation failure is remembered and
 /// reported by ok(); appends after it do nothing.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <zorutils/formats/XMLNode.h>
+#include <zorutils/internal/NameMatch.h>
 
 #include <cstdlib>
 #include <cwchar>
@@ -10,26 +11,14 @@
 namespace zor {
 namespace xml {
 
-inline wchar_t FoldAZ(wchar_t c) { return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c; }
+inline wchar_t FoldAZ(wchar_t c) { return static_cast<wchar_t>(FoldUnit(c)); }
 
 /// Name equality with only A-Z folded; a null name counts as empty.
-inline bool NamesEqual(const wchar_t* a, const wchar_t* b) {
-  if (!a) a = L"";
-  if (!b) b = L"";
-  for (;; ++a, ++b) {
-    if (FoldAZ(*a) != FoldAZ(*b)) return false;
-    if (!*a) return true;
-  }
-}
+inline bool NamesEqual(const wchar_t* a, const wchar_t* b) { return FoldEqual(a ? a : L"", b ? b : L""); }
 
 /// The same over `n` characters of `b` (which holds no zero among them)
 /// against the whole of `a`.
-inline bool NamesEqualN(const wchar_t* a, const wchar_t* b, size_t n) {
-  if (!a) a = L"";
-  for (size_t i = 0; i < n; ++i, ++a)
-    if (!*a || FoldAZ(*a) != FoldAZ(b[i])) return false;
-  return *a == 0;
-}
+inline bool NamesEqualN(const wchar_t* a, const wchar_t* b, size_t n) { return FoldEqualN(a ? a : L"", b, n); }
 
 /// A malloc'ed copy of `n` characters, terminated; null for none (the model
 /// keeps empty texts as null) or when memory runs out.

@@ -7,6 +7,7 @@
 #include <zorutils/containers/HashTable.h>
 #include <zorutils/formats/DelimitedTextFile.h>
 #include <zorutils/internal/Handles.h>
+#include <zorutils/internal/NameMatch.h>
 #include <zorutils/strings/LanguageStrings_impl.h>
 #include <zorutils/system/Paths.h>
 
@@ -54,15 +55,6 @@ void CopyCut(wchar_t* out, const wchar_t* src, size_t chars) {
   out[n] = 0;
 }
 
-inline wchar_t FoldAZ(wchar_t c) { return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c; }
-
-// Case-insensitive with only A-Z folded, over `len` units of `a` against all of `b`.
-bool EqualsNoCase(const wchar_t* a, size_t len, const wchar_t* b) {
-  for (size_t i = 0; i < len; ++i, ++b)
-    if (!*b || FoldAZ(a[i]) != FoldAZ(*b)) return false;
-  return *b == 0;
-}
-
 // Searches one opened string file line by line for `key`. On a match the
 // value goes to `out` (at most outChars characters, terminated) and true is
 // returned. Lines longer than 1023 characters arrive in pieces, each piece
@@ -79,7 +71,7 @@ bool SearchFile(FILE* f, const wchar_t* key, wchar_t* out, int outChars) {
     // an indented key never matches.
     size_t keyLen = static_cast<size_t>(eq - line);
     while (keyLen > 0 && iswspace(line[keyLen - 1])) --keyLen;
-    if (!EqualsNoCase(line, keyLen, key)) continue;
+    if (!zor::FoldEqualN(key, line, keyLen)) continue;
     wchar_t* value = eq + 1;
     while (*value && iswspace(*value) && *value != L'\n') ++value;
     size_t len = wcslen(value);
@@ -309,7 +301,7 @@ bool GetStringFileFromLanguage(wchar_t* language, enum StringFileFields field, w
   for (unsigned row = 0; row < rows; ++row) {
     const wchar_t* name = table.GetField(row, 0u);
     const wchar_t* file = table.GetField(row, column);
-    if (!useDefault && language && name && file && EqualsNoCase(name, wcslen(name), language) &&
+    if (!useDefault && language && name && file && zor::FoldEqual(name, language) &&
         dirLen + wcslen(file) < static_cast<size_t>(kPathChars)) {
       wcscpy(out, dir);
       wcscat(out, file);

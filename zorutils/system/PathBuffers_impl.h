@@ -2,6 +2,8 @@
 // sources. Internal: never included by the umbrella header.
 #pragma once
 
+#include <zorutils/internal/NameMatch.h>
+
 #include <cwchar>
 
 namespace zor {
@@ -19,12 +21,7 @@ inline void CopyUpTo(wchar_t* dst, long long capacity, const wchar_t* src, size_
 /// locale: <0, 0 or >0 like _wcsicmp in the "C" locale. Null sorts first.
 inline int CompareAsciiNoCase(const wchar_t* a, const wchar_t* b) {
   if (!a || !b) return a == b ? 0 : (a ? 1 : -1);
-  for (;; ++a, ++b) {
-    unsigned ca = static_cast<unsigned short>(*a), cb = static_cast<unsigned short>(*b);
-    if (ca >= 'A' && ca <= 'Z') ca += 'a' - 'A';
-    if (cb >= 'A' && cb <= 'Z') cb += 'a' - 'A';
-    if (ca != cb || ca == 0) return static_cast<int>(ca) - static_cast<int>(cb);
-  }
+  return FoldCompare(a, b);
 }
 
 }  // namespace zor
