@@ -1,5 +1,5 @@
 // Small helpers every benchmark uses: a clock, the median of repeated
-// measurements, and writing a generated input file.
+// measurements, a fixed-seed generator and writing a generated input file.
 #pragma once
 
 #include <windows.h>
@@ -27,6 +27,17 @@ inline double Median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
   return v[v.size() / 2];
 }
+
+/// A small fixed-seed generator, so that every run sees the same inputs.
+struct Rng {
+  explicit Rng(unsigned int seed) : state(seed) {}
+  unsigned int Next() {
+    state = state * 1664525u + 1013904223u;
+    return state >> 8;
+  }
+  unsigned int Below(unsigned int n) { return Next() % n; }
+  unsigned int state;
+};
 
 /// Writes `bytes` as the whole file at `path`.
 inline bool Write(const std::wstring& path, const std::string& bytes) {

@@ -21,13 +21,8 @@ namespace {
 
 const int kColumns = 6, kRuns = 9;
 
-struct Rng {
-  unsigned int state = 424242u;
-  unsigned int Next() {
-    state = state * 1664525u + 1013904223u;
-    return state >> 8;
-  }
-  unsigned int Below(unsigned int n) { return Next() % n; }
+struct Rng : zorbench::Rng {
+  Rng() : zorbench::Rng(424242u) {}
 };
 
 std::string Generate(int rows) {

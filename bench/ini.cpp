@@ -23,13 +23,8 @@ namespace {
 const int kSections = 200, kKeysPerSection = 100, kLookups = 1000, kRuns = 9;
 
 // A small fixed-seed generator, so that every run sees the same document.
-struct Rng {
-  unsigned int state = 20261123u;
-  unsigned int Next() {
-    state = state * 1664525u + 1013904223u;
-    return state >> 8;
-  }
-  unsigned int Below(unsigned int n) { return Next() % n; }
+struct Rng : zorbench::Rng {
+  Rng() : zorbench::Rng(20261123u) {}
 };
 
 const char* const kWords[] = {"Title", "Font", "Color", "Speed", "Delay", "Text", "Image", "Sound",
