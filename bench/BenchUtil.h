@@ -2,6 +2,8 @@
 // measurements, a fixed-seed generator and writing a generated input file.
 #pragma once
 
+#include "tools/crashreport/CrashReport.h"
+
 #include <windows.h>
 
 #include <algorithm>

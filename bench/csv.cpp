@@ -127,6 +127,7 @@ double TimeOpen(const std::wstring& path, int expectRows) {
 }  // namespace
 
 int main() {
+  zorcrash::InstallCrashReport();
   wchar_t temp[MAX_PATH];
   GetTempPathW(MAX_PATH, temp);
   const std::wstring dir = std::wstring(temp) + L"zor_bench_csv_" + std::to_wstring(GetCurrentProcessId());

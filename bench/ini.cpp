@@ -73,6 +73,7 @@ std::wstring Widen(const std::string& s) { return std::wstring(s.begin(), s.end(
 }  // namespace
 
 int main() {
+  zorcrash::InstallCrashReport();
   wchar_t temp[MAX_PATH];
   GetTempPathW(MAX_PATH, temp);
   const std::wstring dir = std::wstring(temp) + L"zor_bench_ini_" + std::to_wstring(GetCurrentProcessId());

@@ -220,6 +220,7 @@ double RunPipeline(const std::vector<unsigned char>& src, Put put, Get get, unsi
 }  // namespace
 
 int main() {
+  zorcrash::InstallCrashReport();
   const std::vector<unsigned char> src = Source();
   unsigned long long expectSum = 0;
   for (unsigned long long off = 0; off < kTotal; off += kBlock)

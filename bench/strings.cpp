@@ -86,6 +86,7 @@ bool PlainScan(const wchar_t* path, const std::wstring& key, wchar_t* out) {
 }  // namespace
 
 int main() {
+  zorcrash::InstallCrashReport();
   std::wstring file = MakeFile();
   std::vector<std::wstring> keys;
   for (int i = 0; i < 200; ++i) keys.push_back(KeyName(static_cast<int>(NextRandom() % kKeys)));

@@ -126,6 +126,7 @@ SIZE_T PrivateBytes() {
 }  // namespace
 
 int main() {
+  zorcrash::InstallCrashReport();
   const std::string small = Reply(1u << 20), large = Reply(10u << 20);
   std::vector<wchar_t> smallText = Widen(small), largeText = Widen(large);
 

@@ -6,6 +6,7 @@
 #   lock with the Mono/Gecko installers switched off.
 # - One persistent wineserver per prefix, so that each program starts fast.
 # - A headless X server when DISPLAY is unset, shared by every run.
+# - No debugger in the prefix: a crashing program ends at once, never waits.
 # - ZOR_HEAPCHECK=1 turns on Wine's heap checker: any "err:heap" line in the
 #   program's error output fails the run, whatever its exit code.
 set -u
@@ -62,6 +63,20 @@ WINEDEBUG=-all wineserver -p60 >/dev/null 2>&1
 # inherit its output handles and outlive it: start them with ours closed, or a
 # pipe reading this program's output would never see its end.
 WINEDEBUG=-all wine cmd.exe /c exit 0 </dev/null >/dev/null 2>&1
+# No debugger for a crashing program: Wine's own one shows a crash dialog that
+# waits on the display until the test's time limit. With a debugger that
+# cannot start, a crash ends the program at once with its exception code.
+if [ ! -f "$WINEPREFIX/.zor-no-debugger" ]; then
+  exec 9>"$lock"
+  flock 9
+  if [ ! -f "$WINEPREFIX/.zor-no-debugger" ]; then
+    aedebug='HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug'
+    WINEDEBUG=-all wine reg add "$aedebug" /v Debugger /t REG_SZ /d zor-no-debugger /f </dev/null >/dev/null 2>&1 &&
+      WINEDEBUG=-all wine reg add "$aedebug" /v Auto /t REG_SZ /d 1 /f </dev/null >/dev/null 2>&1 &&
+      touch "$WINEPREFIX/.zor-no-debugger"
+  fi
+  exec 9>&-
+fi
 
 if [ "${ZOR_HEAPCHECK:-0}" = "1" ]; then
   # +heap validates the heap on every call and traces each one; the traces are

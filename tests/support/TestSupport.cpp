@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <map>
 #include <memory>
 
 void PrintTo(const CCOMString& s, std::ostream* os) { *os << zortest::Escape(s.GetString()); }
@@ -141,9 +142,64 @@ void LogCapture::Clear() {
 }  // namespace zortest
 
 namespace zortest {
+bool GuardHeap() { return GetModuleHandleW(L"zorguard.dll") != nullptr; }
+
 bool HeapChecked() {
   wchar_t value[8] = {0};
-  return GetEnvironmentVariableW(L"ZOR_HEAPCHECK", value, 8) > 0 && value[0] == L'1';
+  return GuardHeap() || (GetEnvironmentVariableW(L"ZOR_HEAPCHECK", value, 8) > 0 && value[0] == L'1');
+}
+
+namespace {
+std::map<std::string, void (*)()>& ChildActions() {
+  static std::map<std::string, void (*)()> actions;
+  return actions;
+}
+}  // namespace
+
+bool RegisterChildAction(const char* name, void (*action)()) { return ChildActions().emplace(name, action).second; }
+
+int RunChildAction(const char* name) {
+  auto it = ChildActions().find(name);
+  if (it == ChildActions().end()) {
+    fprintf(stderr, "no child action named %s\n", name);
+    return 2;
+  }
+  it->second();
+  return 0;
+}
+
+ChildResult RunChild(const char* name, DWORD timeoutMs) {
+  ChildResult result{false, 0, std::string()};
+  TempDir dir;
+  const std::wstring outPath = dir / L"child.out";
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  HANDLE out = CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                           CREATE_ALWAYS, 0, nullptr);
+  if (out == INVALID_HANDLE_VALUE) return result;
+  wchar_t exe[MAX_PATH];
+  GetModuleFileNameW(nullptr, exe, MAX_PATH);
+  std::wstring command = L"\"" + std::wstring(exe) + L"\" --zor-child=";
+  for (const char* c = name; *c; ++c) command += static_cast<wchar_t>(*c);
+  STARTUPINFOW si{};
+  si.cb = sizeof si;
+  si.dwFlags = STARTF_USESTDHANDLES;
+  si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+  si.hStdOutput = out;
+  si.hStdError = out;
+  PROCESS_INFORMATION pi{};
+  if (CreateProcessW(exe, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi)) {
+    result.finished = WaitForSingleObject(pi.hProcess, timeoutMs) == WAIT_OBJECT_0;
+    if (!result.finished) {
+      TerminateProcess(pi.hProcess, 1);
+      WaitForSingleObject(pi.hProcess, 10000);
+    }
+    GetExitCodeProcess(pi.hProcess, &result.exitCode);
+    CloseHandle(pi.hThread);
+    CloseHandle(pi.hProcess);
+  }
+  CloseHandle(out);
+  result.output = ReadBytes(outPath);
+  return result;
 }
 }  // namespace zortest
 

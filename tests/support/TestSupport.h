@@ -73,10 +73,33 @@ private:
 }  // namespace zortest
 
 namespace zortest {
-/// True in the heap-checked run (Wine validates the whole heap on every
-/// allocation there): heavy tests scale their sizes down, never their checks.
+/// True in the heap-checked runs (the guard-page heap build, where every block
+/// costs two pages and system calls, or Wine's own heap checker): heavy tests
+/// scale their sizes down, never their checks.
 bool HeapChecked();
+/// True when this program runs on the guard-page heap (zorguard.dll).
+bool GuardHeap();
+
+/// What a child run of this program did.
+struct ChildResult {
+  bool finished;       // false: still running at the time limit, and killed
+  DWORD exitCode;
+  std::string output;  // its stdout and stderr together
+};
+/// Runs this program again as a child that does only the child action
+/// `name` (see ZOR_CHILD_ACTION) and waits for it at most `timeoutMs`.
+ChildResult RunChild(const char* name, DWORD timeoutMs = 60000);
+/// Registers and runs child actions (used by the test main).
+bool RegisterChildAction(const char* name, void (*action)());
+int RunChildAction(const char* name);
 }  // namespace zortest
+
+/// Defines a child action: code that must run in a process of its own (it
+/// crashes on purpose, say), started through zortest::RunChild(#name).
+#define ZOR_CHILD_ACTION(name)                                                               \
+  static void ZorChild_##name();                                                             \
+  static const bool zorChildRegistered_##name = zortest::RegisterChildAction(#name, ZorChild_##name); \
+  static void ZorChild_##name()
 
 #include <functional>
 

@@ -4,6 +4,8 @@
 //   zortool demo [FILE]      runs string functions over a sample file
 #include <zorutils/zorutils.h>
 
+#include "tools/crashreport/CrashReport.h"
+
 #include <windows.h>
 
 #include <cstdio>
@@ -182,6 +184,7 @@ int Demo(const std::wstring& file) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
+  zorcrash::InstallCrashReport();
   std::wstring verb = argc > 1 ? argv[1] : L"demo";
   if (verb == L"version") return Version();
   if (verb == L"demo") return Demo(argc > 2 ? argv[2] : L"");
