@@ -75,10 +75,11 @@ CXMLNode::~CXMLNode() { Clear(); }
 
 CXMLNode& CXMLNode::operator=(const CXMLNode& other) {
   if (this == &other) return *this;
-  // The copy is made before Clear(): `other` may be one of our own
-  // descendants, which Clear() would destroy.
+  // Everything of `other` is copied before Clear(): `other` may be one of our
+  // own descendants, which Clear() destroys. After it, only the copy is read.
   CXMLNode copy;
   XMLParser::CopyTree(&copy, other);
+  copy.CopySettings(other);
   Clear();
   m_name = copy.m_name;
   copy.m_name = nullptr;
@@ -86,7 +87,7 @@ CXMLNode& CXMLNode::operator=(const CXMLNode& other) {
   TakeAll(m_contents, copy.m_contents);
   TakeAll(m_children, copy.m_children);
   copy.EmptyChildrenNoDelete();
-  CopySettings(other);
+  CopySettings(copy);
   return *this;
 }
 
