@@ -2,200 +2,128 @@
 // cursor walk and what removals leave behind.
 #include "tests/support/TestSupport.h"
 
-#include <vector>
+#include <algorithm>
 
 namespace {
 
-template <class Base, class Node>
-struct PeekList : Base {
-  Node* Head() const { return this->m_pHead; }
-  Node* Tail() const { return this->m_pTail; }
-  Node* Cursor() const { return this->m_pCursor; }
-  int CursorIndex() const { return this->m_nCursorIndex; }
-  void Forget() {  // drops nodes shared with another list without freeing them
-    this->m_pHead = this->m_pTail = this->m_pCursor = nullptr;
-    this->m_nCount = this->m_nCursorIndex = 0;
-  }
-};
-using PeekMyList = PeekList<CMyList, _tNode_t>;
-using PeekMegaList = PeekList<CMegaList, _tMegaNode_t>;
-
 char g_items[16];
 void* Item(int i) { return &g_items[i]; }
+std::string Name(void* item) { return std::to_string(static_cast<char*>(item) - g_items); }
 
-std::vector<void*> Items(CMyList& list) {
-  std::vector<void*> out;
-  for (_tNode_t* n = list.NodeByIndex(0); n; n = n->pNext) out.push_back(n->pItem);
-  return out;
-}
-
-TEST(MyList, AddSortedAfterEqualsChoosesSideAtHeadMiddleAndTail) {
-  CMyList before, after;
-  for (int i = 0; i < 3; ++i) {
-    before.AddSorted(Item(i), 5, false);
-    after.AddSorted(Item(i), 5, true);
+template <class Base>
+struct Peek : Base {
+  // The items from the head, without moving the cursor; a tail or count that disagrees is marked.
+  std::string Items() {
+    std::string s;
+    auto* last = this->m_pHead;
+    int count = 0;
+    for (auto* n = this->m_pHead; n; last = n, n = n->pNext, ++count) s += Name(n->pItem) + " ";
+    if (this->m_pTail != last) s += "(bad tail) ";
+    return count == this->m_nCount ? s : s + "(bad count) ";
   }
-  EXPECT_EQ(Items(before), (std::vector<void*>{Item(2), Item(1), Item(0)}));
-  EXPECT_EQ(Items(after), (std::vector<void*>{Item(0), Item(1), Item(2)}));
+  // "index:item" of the cursor.
+  std::string Cursor() { return this->m_pCursor ? std::to_string(this->m_nCursorIndex) + ":" + Name(this->m_pCursor->pItem) : "none"; }
+  void Forget() { this->m_pHead = this->m_pTail = this->m_pCursor = nullptr, this->m_nCount = 0; }  // shared nodes
+};
 
-  CMyList list;
-  long values[] = {1, 3, 3, 7};
-  for (int i = 0; i < 4; ++i) list.AppendToTail(Item(i), values[i]);
-  EXPECT_EQ(list.AddSorted(Item(8), 3, false), 1);
-  EXPECT_EQ(list.AddSorted(Item(9), 3, true), 4);  // after the three 3s
-  EXPECT_EQ(Items(list), (std::vector<void*>{Item(0), Item(8), Item(1), Item(2), Item(9), Item(3)}));
-  EXPECT_EQ(list.AddSorted(Item(10), 0, true), 0);
-  EXPECT_EQ(list.AddSorted(Item(11), 8, false), 7);
-  EXPECT_EQ(list.NumNodes(), 8);
+// Both lists against the rules themselves. AddSorted: among equal values a new
+// element goes before them (afterEquals false) or after them (true), alike at
+// the head, inside and at the tail. ElemBySortValue: the head whenever its
+// value is at or above the one sought, else only an exact match, the last of its run.
+template <class List, class V>
+void CheckSortedRules(V unit) {
+  Peek<List> list;
+  int index = 7;
+  V found = 7;
+  EXPECT_EQ(list.ElemBySortValue(unit, &index, &found), nullptr);
+  EXPECT_EQ(index + found, 14);  // untouched
+  std::vector<std::pair<V, int>> model;
+  auto below = [](const std::pair<V, int>& e, V x) { return e.first < x; };
+  auto above = [](V x, const std::pair<V, int>& e) { return x < e.first; };
+  for (unsigned i = 0, seed = 7; i < 80; ++i) {
+    seed = seed * 1103515245u + 12345u;
+    const V v = static_cast<V>((seed >> 20) % 9 * 2) * unit;  // even multiples: odd ones are never present
+    const bool after = (seed >> 12) & 1;
+    auto at = after ? std::upper_bound(model.begin(), model.end(), v, above) : std::lower_bound(model.begin(), model.end(), v, below);
+    EXPECT_EQ(list.AddSorted(Item(i % 16), v, after), at - model.begin()) << i;
+    model.insert(at, {v, static_cast<int>(i % 16)});
+  }
+  std::string want;
+  for (const auto& e : model) want += std::to_string(e.second) + " ";
+  EXPECT_EQ(list.Items(), want);
+  for (int k = -2; k <= 20; ++k) {
+    const V v = k * unit;
+    const int last = static_cast<int>(std::upper_bound(model.begin(), model.end(), v, above) - model.begin()) - 1;
+    const bool head = model[0].first >= v, hit = head || model[last].first == v;
+    const int at = hit && !head ? last : 0;  // a miss leaves the head's index and value
+    EXPECT_EQ(list.ElemBySortValue(v, &index, &found), hit ? Item(model[at].second) : nullptr) << k;
+    EXPECT_EQ(std::make_pair(index, found), std::make_pair(at, model[at].first)) << k;
+  }
 }
 
-TEST(MyList, ElemBySortValueReturnsHeadEvenWhenGreater) {
-  CMyList list;
-  list.AppendToTail(Item(0), 10);
-  list.AppendToTail(Item(1), 20);
-  list.AppendToTail(Item(2), 30);
-  int index = -1;
-  long found = -1;
-  EXPECT_EQ(list.ElemBySortValue(5, &index, &found), Item(0));  // the head rule
-  EXPECT_EQ(found, 10);
-  EXPECT_EQ(list.ElemBySortValue(25, &index, &found), nullptr);  // exact otherwise
-  EXPECT_EQ(index, 0);  // outputs hold the head's
-  EXPECT_EQ(found, 10);
-  EXPECT_EQ(list.ElemBySortValue(20, &index, &found), Item(1));
-  EXPECT_EQ(index, 1);
-  EXPECT_EQ(list.ElemBySortValue(31, &index, &found), nullptr);
+TEST(MyList, AddSortedAfterEqualsAndElemBySortValueHeadRule) {
+  CheckSortedRules<CMyList, long>(1);
+  CheckSortedRules<CMegaList, double>(0.125);
 }
 
-TEST(MyList, ElemBySortValueGivesLastOfARun) {
-  CMyList list;
-  list.AppendToTail(Item(0), 10);
-  list.AppendToTail(Item(1), 20);
-  list.AppendToTail(Item(2), 20);
-  int index = -1;
-  EXPECT_EQ(list.ElemBySortValue(20, &index, nullptr), Item(2));
-  EXPECT_EQ(index, 2);
-  CMyList empty;
-  index = 7;
-  EXPECT_EQ(empty.ElemBySortValue(1, &index, nullptr), nullptr);
-  EXPECT_EQ(index, 7);
-}
-
-TEST(MyList, CursorWalksForwardAndRestartsFromHeadBackwards) {
-  PeekMyList list;
+TEST(MyList, CursorWalksForwardRestartsFromTheHeadAndFollowsInsertions) {
+  Peek<CMyList> list, ins;
   for (int i = 0; i < 6; ++i) list.AppendToTail(Item(i), i * 10);
   long v = 0;
   EXPECT_EQ(list.Index(2, &v), Item(2));
   EXPECT_EQ(v, 20);
-  _tNode_t* at2 = list.Cursor();
-  EXPECT_EQ(list.Index(3, nullptr), Item(3));
-  EXPECT_EQ(list.Cursor(), at2->pNext);  // one step from where it was
-  EXPECT_EQ(list.CursorIndex(), 3);
   EXPECT_EQ(list.Index(1, nullptr), Item(1));
-  EXPECT_EQ(list.CursorIndex(), 1);
+  EXPECT_EQ(list.Cursor(), "1:1");
   EXPECT_EQ(list.Index(6, nullptr), nullptr);
-  EXPECT_EQ(list.Index(-1, nullptr), nullptr);
-  EXPECT_EQ(list.NodeByIndex(5), list.Tail());
-  // A new head keeps the cursor on its node, one index further.
-  list.InsertNewHead(Item(9), -1);
-  EXPECT_EQ(list.Cursor(), list.Tail());
-  EXPECT_EQ(list.CursorIndex(), 6);
-  EXPECT_EQ(list.Index(6, nullptr), Item(5));
-}
+  EXPECT_EQ(list.Index(5, nullptr), Item(5));
+  list.InsertNewHead(Item(9), -1);  // the cursor keeps its node, one index further
+  EXPECT_EQ(list.Cursor(), "6:5");
 
-TEST(MyList, InsertAfterUsesValueZeroAndMovesTheCursor) {
-  PeekMyList list;
-  EXPECT_EQ(list.InsertAfter(Item(0), 5), 0);  // empty: the only node
-  list.AppendToTail(Item(1), 10);
-  EXPECT_EQ(list.InsertAfter(Item(2), 0), 1);
-  long v = -1;
-  EXPECT_EQ(list.Index(1, &v), Item(2));
+  // InsertAfter puts the cursor on the new node; CMyList's gets the value 0.
+  EXPECT_EQ(ins.InsertAfter(Item(0), 5), 0);  // empty: the only node
+  ins.AppendToTail(Item(1), 10);
+  EXPECT_EQ(ins.InsertAfter(Item(2), 0), 1);
+  EXPECT_EQ(ins.Cursor(), "1:2");
+  EXPECT_EQ(ins.InsertAfter(Item(3), 99), 3);  // beyond: after the tail
+  EXPECT_EQ(ins.InsertAfter(Item(4), -1), 0);  // negative: new head
+  EXPECT_EQ(ins.Items(), "4 0 2 1 3 ");
+  EXPECT_EQ(ins.Index(2, &v), Item(2));
   EXPECT_EQ(v, 0);
-  EXPECT_EQ(list.InsertAfter(Item(3), 99), 3);  // beyond: after the tail
-  EXPECT_EQ(list.Tail()->pItem, Item(3));
-  EXPECT_EQ(list.Cursor(), list.Tail());
-  EXPECT_EQ(list.InsertAfter(Item(4), -1), 0);  // negative: new head
-  EXPECT_EQ(Items(list), (std::vector<void*>{Item(4), Item(0), Item(2), Item(1), Item(3)}));
-
-  CMegaList mega;
+  Peek<CMegaList> mega;  // CMegaList's takes a value
   mega.AppendToTail(Item(0), 1.5);
   EXPECT_EQ(mega.InsertAfter(Item(1), 2.25, 0), 1);
-  double d = 0;
-  EXPECT_EQ(mega.Index(1, &d), Item(1));
-  EXPECT_EQ(d, 2.25);
+  EXPECT_EQ(mega.NodeByIndex(1)->dSortValue, 2.25);
 }
 
-TEST(MyList, RemovalsLeaveCursorBeforeAndMoveTailBack) {
-  PeekMyList list;
-  for (int i = 0; i < 4; ++i) list.AppendToTail(Item(i), i);
-  list.RemoveByIndex(3);
-  EXPECT_EQ(list.Tail()->pItem, Item(2));
-  EXPECT_EQ(list.Tail()->pNext, nullptr);
-  EXPECT_EQ(list.Cursor(), list.Tail());
-  EXPECT_EQ(list.CursorIndex(), 2);
-  EXPECT_TRUE(list.Remove(Item(1)));
-  EXPECT_EQ(list.Cursor()->pItem, Item(0));
-  EXPECT_EQ(list.CursorIndex(), 0);
-  EXPECT_TRUE(list.Remove(Item(0)));  // the head: cursor on the new head
-  EXPECT_EQ(list.Cursor(), list.Head());
-  EXPECT_EQ(list.Head()->pItem, Item(2));
-  EXPECT_FALSE(list.Remove(Item(0)));
-  list.RemoveByIndex(1);
-  list.RemoveByIndex(-1);
-  EXPECT_EQ(list.NumNodes(), 1);
-  EXPECT_TRUE(list.RemoveByNode(list.Head()));
-  EXPECT_EQ(list.Head(), nullptr);
-  EXPECT_EQ(list.Tail(), nullptr);
-  EXPECT_EQ(list.Cursor(), nullptr);
-  EXPECT_EQ(list.NumNodes(), 0);
-  list.RemoveAll();  // harmless when empty
-}
-
-TEST(MyList, RemoveByNodeRejectsForeignNodesAndItemsAreNeverFreed) {
-  CMyList a, b;
+TEST(MyList, RemovalsLeaveTheCursorBeforeAndNeverFreeItemsAndCopiesShareNodes) {
+  Peek<CMyList> list, other, copy;
   int* owned = new int(7);
-  a.AppendToTail(owned, 1);
-  b.AppendToTail(Item(0), 1);
-  EXPECT_FALSE(a.RemoveByNode(b.NodeByIndex(0)));
-  EXPECT_FALSE(a.RemoveByNode(nullptr));
-  EXPECT_EQ(a.Member(owned), 1);
-  EXPECT_EQ(a.Member(Item(3)), 0);
-  a.RemoveAll();
+  for (int i = 0; i < 4; ++i) list.AppendToTail(Item(i), i);
+  list.AppendToTail(owned, 4);
+  EXPECT_TRUE(list.Remove(owned));  // the tail moves back
+  EXPECT_EQ(list.Items() + list.Cursor(), "0 1 2 3 3:3");
+  list.RemoveByIndex(2);
+  EXPECT_EQ(list.Items() + list.Cursor(), "0 1 3 1:1");
+  list.RemoveByIndex(0);  // the head: the cursor goes to the new head
+  EXPECT_EQ(list.Items() + list.Cursor(), "1 3 0:1");
+  list.RemoveByIndex(2);
+  EXPECT_FALSE(list.Remove(Item(0)));
+  other.AppendToTail(Item(3), 3);
+  EXPECT_FALSE(list.RemoveByNode(other.NodeByIndex(0)));  // a node of another list
+  EXPECT_FALSE(list.RemoveByNode(nullptr));
+  EXPECT_TRUE(list.RemoveByNode(list.NodeByIndex(1)));
+  EXPECT_TRUE(list.RemoveByNode(list.NodeByIndex(0)));
+  EXPECT_EQ(list.Items() + list.Cursor(), "none");
+  list.RemoveAll();  // harmless when empty
   EXPECT_EQ(*owned, 7);
   delete owned;
-}
 
-TEST(MyList, CopiesShareTheNodes) {
-  PeekMyList a;
-  a.AppendToTail(Item(0), 1);
-  a.AppendToTail(Item(1), 2);
-  PeekMyList b;
-  static_cast<CMyList&>(b) = a;
-  EXPECT_EQ(b.Head(), a.Head());
-  EXPECT_EQ(b.NumNodes(), 2);
-  b.Forget();
-  CMyList c(a);
-  EXPECT_EQ(c.NodeByIndex(1), a.NodeByIndex(1));
-  c.RemoveAll();  // frees the shared nodes: a must forget them
-  a.Forget();
-}
-
-TEST(MegaList, SortsByDoubleWithTheSameRules) {
-  PeekMegaList list;
-  EXPECT_EQ(list.AddSorted(Item(0), 0.5, false), 0);
-  EXPECT_EQ(list.AddSorted(Item(1), 0.25, false), 0);
-  EXPECT_EQ(list.AddSorted(Item(2), 0.5, true), 2);
-  EXPECT_EQ(list.AddSorted(Item(3), 0.375, true), 1);
-  EXPECT_EQ(list.AddSorted(Item(4), 0.5, false), 2);  // before the two 0.5s
-  int index = -1;
-  double found = 0;
-  EXPECT_EQ(list.ElemBySortValue(0.5, &index, &found), Item(2));
-  EXPECT_EQ(index, 4);
-  EXPECT_EQ(list.ElemBySortValue(0.4, &index, &found), nullptr);
-  EXPECT_EQ(list.ElemBySortValue(0.1, &index, &found), Item(1));
-  EXPECT_EQ(found, 0.25);
-  list.RemoveByIndex(4);
-  EXPECT_EQ(list.Tail()->pItem, Item(0));
-  EXPECT_EQ(list.NumNodes(), 4);
+  static_cast<CMyList&>(copy) = other;
+  CMyList constructed(other);
+  EXPECT_EQ(copy.NodeByIndex(0), other.NodeByIndex(0));
+  EXPECT_EQ(constructed.NodeByIndex(0), other.NodeByIndex(0));
+  copy.Forget();
+  other.Forget();  // `constructed` frees them
 }
 
 }  // namespace
