@@ -1,8 +1,9 @@
-// Helpers shared by the formats tests (the XML ones and both crash sweeps).
+// Helpers shared by the formats tests.
 #pragma once
 
 #include "tests/support/TestSupport.h"
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -18,50 +19,21 @@ inline bool Parse(CXMLFile& doc, const std::wstring& text) {
 /// A string for comparisons; null becomes "<null>".
 inline std::wstring S(const wchar_t* s) { return s ? std::wstring(s) : std::wstring(L"<null>"); }
 
-/// Depth of the deepest node below `node` (a node without children is 0).
-inline int Depth(const CXMLNode* node) {
-  int deepest = 0;
-  for (int i = 0; i < node->NumChildren(); ++i) {
-    int d = Depth(node->GetChild(i)) + 1;
-    if (d > deepest) deepest = d;
+/// A tree as text: name{attribute=value,...}(item item ...), the items taken
+/// by sequence number, contents quoted ('text'), a number held by nothing "?".
+inline std::wstring Dump(const CXMLNode& n) {
+  std::wstring s = S(n.Name());
+  for (int i = 0; i < n.NumHeaderProperties(); ++i)
+    s += (i ? L"," : L"{") + S(n.GetHeaderProperty(i)->FieldName()) + L"=" + S(n.GetHeaderProperty(i)->Value()) +
+         (i + 1 < n.NumHeaderProperties() ? L"" : L"}");
+  for (int k = 0; k <= n.HighestSequenceNumber(); ++k) {
+    s += k ? L" " : L"(";
+    if (const wchar_t* text = n.GetContentStringBySequenceNumber(k))
+      s += L"'" + std::wstring(text) + L"'";
+    else
+      s += n.GetChildBySequenceNumber(k) ? Dump(*n.GetChildBySequenceNumber(k)) : L"?";
   }
-  return deepest;
-}
-
-/// Touches every string of any tree and checks the invariants every tree
-/// holds (strings null or non-empty, sequence numbers unique per parent),
-/// then reads and decodes a copy of it.
-inline void Walk(const CXMLNode* node) {
-  auto touch = [](const wchar_t* s) { EXPECT_TRUE(!s || *s); };
-  touch(node->Name());
-  for (int i = 0; i < node->NumHeaderProperties(); ++i) {
-    touch(node->GetHeaderProperty(i)->FieldName());
-    touch(node->GetHeaderProperty(i)->Value());
-  }
-  std::vector<int> seen;
-  for (int i = 0; i < node->NumContents(); ++i) {
-    touch(node->GetContent(i)->FieldName());
-    touch(node->GetContent(i)->Value());
-    seen.push_back(node->GetContent(i)->SequenceNumber());
-  }
-  for (int i = 0; i < node->NumChildren(); ++i) {
-    seen.push_back(node->GetChild(i)->SequenceNumber());
-    Walk(node->GetChild(i));
-  }
-  std::vector<bool> used(seen.size() + 1, false);
-  for (int n : seen) {
-    if (n < 0) continue;  // values made by hand carry -1
-    ASSERT_LT(static_cast<size_t>(n), used.size());
-    EXPECT_FALSE(used[n]) << "sequence number " << n << " twice";
-    used[n] = true;
-  }
-}
-inline void CheckAnyTree(const CXMLFile& doc) {
-  Walk(&doc);
-  CXMLFile copy(doc);
-  copy.DeHTMLAll();
-  (void)copy.GetValue(L"name", true);
-  (void)copy.FindNode(L"x");
+  return n.HighestSequenceNumber() < 0 ? s : s + L")";
 }
 
 /// `text` with its line ends made CR LF or LF (a lone CR stays), as single
@@ -77,6 +49,35 @@ inline std::string Encode(const std::wstring& text, bool utf16, bool crlf) {
   std::string bytes;
   for (wchar_t c : lines) bytes += static_cast<char>(c & 0xFF);
   return bytes;
+}
+
+/// Each text as single bytes with LF and with CR LF, and as UTF-16LE with
+/// and without a mark: the fuzzers' samples.
+inline std::vector<std::string> Variants(std::initializer_list<const wchar_t*> texts) {
+  std::vector<std::string> samples;
+  for (const wchar_t* t : texts)
+    for (int v = 0; v < 4; ++v) samples.push_back(v < 2 ? Encode(t, false, v == 1) : zortest::Utf16Bytes(t, v == 2));
+  return samples;
+}
+
+/// The tokens, and each as UTF-16LE too.
+inline std::vector<std::string> WithUtf16(std::vector<std::string> tokens) {
+  for (size_t i = 0, n = tokens.size(); i < n; ++i)
+    tokens.push_back(zortest::Utf16Bytes(std::wstring(tokens[i].begin(), tokens[i].end()), false));
+  return tokens;
+}
+
+/// The text a reader takes from a file's bytes: UTF-16LE after an optional
+/// mark (an odd last byte pairs with a zero byte) or single bytes widened,
+/// either up to its first zero character.
+inline std::wstring TextOf(const std::string& bytes) {
+  const std::string b = bytes + std::string(4, '\0');
+  const unsigned char* p = reinterpret_cast<const unsigned char*>(b.data());
+  const bool wide = StringIsUnicode(p, static_cast<int>(bytes.size()), false);
+  std::wstring text;
+  for (size_t i = wide && StringHasUnicodeHeader(p) ? 2 : 0; p[i] || (wide && p[i + 1]); i += wide ? 2 : 1)
+    text += wide ? static_cast<wchar_t>(p[i] | p[i + 1] << 8) : static_cast<wchar_t>(p[i]);
+  return text;
 }
 
 }  // namespace xmltest
