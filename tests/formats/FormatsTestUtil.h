@@ -1,4 +1,5 @@
-// Helpers shared by the formats tests.
+// Helpers shared by the formats tests: XML trees as text and the fuzzers'
+// samples in every encoding the readers detect.
 #pragma once
 
 #include "tests/support/TestSupport.h"
@@ -7,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace xmltest {
+namespace ftest {
 
 /// Parses `text` with LoadFromBuffer (on a private, writable copy).
 inline bool Parse(CXMLFile& doc, const std::wstring& text) {
@@ -36,27 +37,17 @@ inline std::wstring Dump(const CXMLNode& n) {
   return n.HighestSequenceNumber() < 0 ? s : s + L")";
 }
 
-/// `text` with its line ends made CR LF or LF (a lone CR stays), as single
-/// bytes (the low byte of each unit) or as UTF-16LE with a mark.
-inline std::string Encode(const std::wstring& text, bool utf16, bool crlf) {
-  std::wstring lines;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n') continue;
-    if (text[i] == L'\n' && crlf) lines += L'\r';
-    lines += text[i];
-  }
-  if (utf16) return zortest::Utf16Bytes(lines, true);
-  std::string bytes;
-  for (wchar_t c : lines) bytes += static_cast<char>(c & 0xFF);
-  return bytes;
-}
-
-/// Each text as single bytes with LF and with CR LF, and as UTF-16LE with
-/// and without a mark: the fuzzers' samples.
+/// Each text as single bytes (the low byte of each unit) with LF and with
+/// CR LF line ends, and as UTF-16LE with and without a mark.
 inline std::vector<std::string> Variants(std::initializer_list<const wchar_t*> texts) {
   std::vector<std::string> samples;
-  for (const wchar_t* t : texts)
-    for (int v = 0; v < 4; ++v) samples.push_back(v < 2 ? Encode(t, false, v == 1) : zortest::Utf16Bytes(t, v == 2));
+  for (const wchar_t* t : texts) {
+    samples.insert(samples.end(), {"", "", zortest::Utf16Bytes(t, true), zortest::Utf16Bytes(t, false)});
+    for (const wchar_t* c = t; *c; ++c) {
+      samples[samples.size() - 4] += static_cast<char>(*c);
+      samples[samples.size() - 3] += *c == L'\n' ? "\r\n" : std::string(1, static_cast<char>(*c));
+    }
+  }
   return samples;
 }
 
@@ -80,4 +71,4 @@ inline std::wstring TextOf(const std::string& bytes) {
   return text;
 }
 
-}  // namespace xmltest
+}  // namespace ftest
