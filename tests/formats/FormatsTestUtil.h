@@ -5,15 +5,12 @@
 #include "tests/support/TestSupport.h"
 
 #include <initializer_list>
-#include <string>
-#include <vector>
 
 namespace ftest {
 
 /// Parses `text` with LoadFromBuffer (on a private, writable copy).
 inline bool Parse(CXMLFile& doc, const std::wstring& text) {
-  std::vector<wchar_t> buf(text.begin(), text.end());
-  buf.push_back(0);
+  std::vector<wchar_t> buf(text.c_str(), text.c_str() + text.size() + 1);
   return doc.LoadFromBuffer(buf.data());
 }
 
@@ -21,33 +18,29 @@ inline bool Parse(CXMLFile& doc, const std::wstring& text) {
 inline std::wstring S(const wchar_t* s) { return s ? std::wstring(s) : std::wstring(L"<null>"); }
 
 /// A tree as text: name{attribute=value,...}(item item ...), the items taken
-/// by sequence number, contents quoted ('text'), a number held by nothing "?".
-inline std::wstring Dump(const CXMLNode& n) {
-  std::wstring s = S(n.Name());
+/// by sequence number, contents quoted ('text'), a number held by nothing "?";
+/// with `emptyAsNull`, empty texts show as missing ones.
+inline std::wstring Dump(const CXMLNode& n, bool emptyAsNull = false) {
+  auto t = [&](const wchar_t* text) { return emptyAsNull && text && !*text ? nullptr : text; };
+  std::wstring s = S(t(n.Name()));
   for (int i = 0; i < n.NumHeaderProperties(); ++i)
-    s += (i ? L"," : L"{") + S(n.GetHeaderProperty(i)->FieldName()) + L"=" + S(n.GetHeaderProperty(i)->Value()) +
-         (i + 1 < n.NumHeaderProperties() ? L"" : L"}");
+    s += (i ? L"," : L"{") + S(t(n.GetHeaderProperty(i)->FieldName())) + L"=" + S(t(n.GetHeaderProperty(i)->Value()));
+  if (n.NumHeaderProperties()) s += L"}";
   for (int k = 0; k <= n.HighestSequenceNumber(); ++k) {
-    s += k ? L" " : L"(";
-    if (const wchar_t* text = n.GetContentStringBySequenceNumber(k))
-      s += L"'" + std::wstring(text) + L"'";
-    else
-      s += n.GetChildBySequenceNumber(k) ? Dump(*n.GetChildBySequenceNumber(k)) : L"?";
+    const wchar_t* text = t(n.GetContentStringBySequenceNumber(k));
+    const CXMLNode* child = n.GetChildBySequenceNumber(k);
+    s += (k ? L" " : L"(") + (text ? L"'" + std::wstring(text) + L"'" : child ? Dump(*child, emptyAsNull) : L"?");
   }
   return n.HighestSequenceNumber() < 0 ? s : s + L")";
 }
 
-/// Each text as single bytes (the low byte of each unit) with LF and with
-/// CR LF line ends, and as UTF-16LE with and without a mark.
+/// Each text as single bytes (the low byte of each unit) and as UTF-16LE
+/// with and without a mark.
 inline std::vector<std::string> Variants(std::initializer_list<const wchar_t*> texts) {
   std::vector<std::string> samples;
-  for (const wchar_t* t : texts) {
-    samples.insert(samples.end(), {"", "", zortest::Utf16Bytes(t, true), zortest::Utf16Bytes(t, false)});
-    for (const wchar_t* c = t; *c; ++c) {
-      samples[samples.size() - 4] += static_cast<char>(*c);
-      samples[samples.size() - 3] += *c == L'\n' ? "\r\n" : std::string(1, static_cast<char>(*c));
-    }
-  }
+  for (const std::wstring t : texts)
+    samples.insert(samples.end(),
+                   {std::string(t.begin(), t.end()), zortest::Utf16Bytes(t, true), zortest::Utf16Bytes(t, false)});
   return samples;
 }
 
@@ -58,9 +51,8 @@ inline std::vector<std::string> WithUtf16(std::vector<std::string> tokens) {
   return tokens;
 }
 
-/// The text a reader takes from a file's bytes: UTF-16LE after an optional
-/// mark (an odd last byte pairs with a zero byte) or single bytes widened,
-/// either up to its first zero character.
+/// The text a reader takes from a file's bytes: UTF-16LE after an optional mark (an odd last
+/// byte pairs with a zero byte) or single bytes widened, either up to its first zero character.
 inline std::wstring TextOf(const std::string& bytes) {
   const std::string b = bytes + std::string(4, '\0');
   const unsigned char* p = reinterpret_cast<const unsigned char*>(b.data());
