@@ -122,7 +122,7 @@ TEST(DelimitedTextFile, SaveWritesUtf16WithSingleByteLineEndsThatDoNotReadBackTh
 
 TEST(DelimitedTextFileFuzz, ReadsConsistentlyEditsAndSaves) {
   const std::vector<std::string> samples = ftest::Variants({
-      L"Name,Code,Note\nEnglish,en,\"plain, quoted\"\nFran\xE7" L"ais,fr,\"x\"\"y\"\n\nDeutsch,de,\nshort,row\n"
+      L"Name,Code,Note\r\nEnglish,en,\"plain, quoted\"\r\nFran\xE7" L"ais,fr,\"x\"\"y\"\n\nDeutsch,de,\nshort,row\n"
       L"\"unterminated,quote\n,,\n",
       L"a\tb\n1\t\"2\t3\"\n\"\"\t\"\n\n\n4\t5\t6\t7\nlast\tline",
   });

@@ -293,7 +293,7 @@ TEST(XMLFuzz, OpenAndLoadFromBufferBuildTheSameConsistentTreeAndCopiesEqualIt) {
     fromBuffer.SetShouldDeHTMLify(bytes.size() % 2 == 1);
     EXPECT_TRUE(doc.Open(path.c_str()) == !text.empty() && Parse(fromBuffer, text) == !text.empty());
     EXPECT_EQ(Dump(doc), Dump(fromBuffer));
-    // The UTF-8 pass may empty a text, which copies then make null: reported, and so not told apart here.
+    // The UTF-8 pass may empty a text, which copies then make null (a known fault): not told apart here.
     const std::wstring tree = Dump(doc, true);
     Walk(doc, doc);
     CXMLFile copy(doc);
