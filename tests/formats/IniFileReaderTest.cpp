@@ -166,6 +166,23 @@ TEST(IniFileReader, OverlongKeysAndValuesAreRejectedNotOverrun) {
     EXPECT_EQ(L"failed [] [s]", Load(text)) << text.size();
 }
 
+TEST(IniFileReader, TheLongestKeyAndValuesThatLoadAlsoLoadAgainOnceSaved) {
+  // Save writes "key = value": the blanks before "=" must not push the
+  // longest key past the work buffer when the file is read again.
+  zortest::TempDir dir;
+  const std::wstring path = dir / L"long.ini";
+  const std::string key(8191, 'k');
+  const Keys keys = {std::wstring(8191, L'k'), L"q"};
+  const std::wstring expected = L"[s] " + std::wstring(8190, L'v') + L" " + L" " + std::wstring(8189, L'w');
+  CIniFileReader ini, back;
+  ASSERT_TRUE(Parse(ini, "[s]\n" + key + " \t= " + std::string(8190, 'v') + "\nq=\" " + std::string(8189, 'w') +
+                             "\"\n"));
+  EXPECT_EQ(expected, Dump(ini, keys));
+  ASSERT_TRUE(ini.SetFileName(path.c_str()) && ini.Save());
+  ASSERT_TRUE(back.Init(path.c_str(), false));
+  EXPECT_EQ(expected, Dump(back, keys));
+}
+
 TEST(IniFileReader, SetValueCreatesReplacesKeepsSortedAndLogsNullInput) {
   CIniFileReader ini;
   ASSERT_TRUE(Parse(ini, "[zeta]\nb=1\nA=2\n[_]\nz=3\ny=4\n"));

@@ -215,16 +215,20 @@ bool CIniFileReader::Parse(const wchar_t* t, unsigned long pos, unsigned long n)
       size_t klen = 0;
       const wchar_t* value = nullptr;
       size_t vlen = 0;
-      // Key: everything up to "=" or the line end.
+      // Key: everything up to "=" or the line end. The blanks before the
+      // "=" are trimmed away, so they do not count against the work buffer:
+      // Save writes "key = value", and the longest key must load again.
       const unsigned long keyStart = pos;
       while (pos < n && t[pos] != L'=' && !IsBreak(t[pos])) ++pos;
-      if (pos - keyStart > kWorkChars - 1) {
+      unsigned long keyEnd = pos;
+      while (keyEnd > keyStart && IsBlank(t[keyEnd - 1])) --keyEnd;
+      if (keyEnd - keyStart > kWorkChars - 1) {
         ok = false;
         break;
       }
       const bool hasValue = pos < n && t[pos] == L'=';
       if (hasValue) {
-        klen = ToWork(keyWork, t + keyStart, pos - keyStart);
+        klen = ToWork(keyWork, t + keyStart, keyEnd - keyStart);
         for (size_t i = 0; i < klen; ++i)
           if (keyWork[i] == L'\t') keyWork[i] = L' ';
         key = TrimSpaces(keyWork, klen);
