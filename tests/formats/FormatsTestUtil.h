@@ -18,18 +18,16 @@ inline bool Parse(CXMLFile& doc, const std::wstring& text) {
 inline std::wstring S(const wchar_t* s) { return s ? std::wstring(s) : std::wstring(L"<null>"); }
 
 /// A tree as text: name{attribute=value,...}(item item ...), the items taken
-/// by sequence number, contents quoted ('text'), a number held by nothing "?";
-/// with `emptyAsNull`, empty texts show as missing ones.
-inline std::wstring Dump(const CXMLNode& n, bool emptyAsNull = false) {
-  auto t = [&](const wchar_t* text) { return emptyAsNull && text && !*text ? nullptr : text; };
-  std::wstring s = S(t(n.Name()));
+/// by sequence number, contents quoted ('text'), a number held by nothing "?".
+inline std::wstring Dump(const CXMLNode& n) {
+  std::wstring s = S(n.Name());
   for (int i = 0; i < n.NumHeaderProperties(); ++i)
-    s += (i ? L"," : L"{") + S(t(n.GetHeaderProperty(i)->FieldName())) + L"=" + S(t(n.GetHeaderProperty(i)->Value()));
+    s += (i ? L"," : L"{") + S(n.GetHeaderProperty(i)->FieldName()) + L"=" + S(n.GetHeaderProperty(i)->Value());
   if (n.NumHeaderProperties()) s += L"}";
   for (int k = 0; k <= n.HighestSequenceNumber(); ++k) {
-    const wchar_t* text = t(n.GetContentStringBySequenceNumber(k));
+    const wchar_t* text = n.GetContentStringBySequenceNumber(k);
     const CXMLNode* child = n.GetChildBySequenceNumber(k);
-    s += (k ? L" " : L"(") + (text ? L"'" + std::wstring(text) + L"'" : child ? Dump(*child, emptyAsNull) : L"?");
+    s += (k ? L" " : L"(") + (text ? L"'" + std::wstring(text) + L"'" : child ? Dump(*child) : L"?");
   }
   return n.HighestSequenceNumber() < 0 ? s : s + L")";
 }

@@ -20,10 +20,11 @@ inline bool NamesEqual(const wchar_t* a, const wchar_t* b) { return FoldEqual(a 
 /// against the whole of `a`.
 inline bool NamesEqualN(const wchar_t* a, const wchar_t* b, size_t n) { return FoldEqualN(a ? a : L"", b, n); }
 
-/// A malloc'ed copy of `n` characters, terminated; null for none (the model
-/// keeps empty texts as null) or when memory runs out.
+/// A malloc'ed copy of `n` characters, terminated; null only for a null
+/// text or when memory runs out. An empty text stays empty: copies and
+/// setters must not turn "" into "no text".
 inline wchar_t* CopyChars(const wchar_t* s, size_t n) {
-  if (!s || n == 0) return nullptr;
+  if (!s) return nullptr;
   wchar_t* copy = static_cast<wchar_t*>(std::malloc((n + 1) * sizeof(wchar_t)));
   if (!copy) return nullptr;
   std::wmemcpy(copy, s, n);
