@@ -1,323 +1,140 @@
 // String and character utilities: conversions, detection, numbers, editing
-// in place and display texts, with the buffer drill for the writers.
+// in place and display texts, with the bounds of the caller's buffers.
+#include "tests/support/Fuzz.h"
 #include "tests/support/TestSupport.h"
 
 #include <cstring>
-#include <string>
-#include <vector>
+#include <tuple>
 
-namespace {
-
-const unsigned char* U(const char* s) { return reinterpret_cast<const unsigned char*>(s); }
-
-// --- Conversions ---------------------------------------------------------------
-
-TEST(StringUtils, WideningStopsAtLimitZeroOrLength) {
-  wchar_t dst[6];
-  wmemset(dst, 0xCCCC, 6);
-  ConvertSingleByteToUnicode("abcdefgh", 8, dst, 4, true);
-  EXPECT_STREQ(dst, L"abc");
-  EXPECT_EQ(dst[4], 0xCCCC);  // nothing written past dstSize
-  wmemset(dst, 0xCCCC, 6);
-  ConvertSingleByteToUnicode("abcdefgh", 8, dst, 4, false);
-  EXPECT_EQ(std::wstring(dst, 4), L"abcd");  // full, no terminator
-  EXPECT_EQ(dst[4], 0xCCCC);
-  ConvertSingleByteToUnicode("ab\0cd", 5, dst, 6, true);
-  EXPECT_STREQ(dst, L"ab");
-  ConvertSingleByteToUnicode("\xE9\xFF", dst, 6);  // a byte is its own code point
-  EXPECT_EQ(dst[0], 0xE9);
-  EXPECT_EQ(dst[1], 0xFF);
-  ConvertSingleByteToUnicode(nullptr, 3, dst, 6, true);
-  EXPECT_STREQ(dst, L"");
-  ConvertSingleByteToUnicode("x", 1, nullptr, 6, true);  // no crash
-  ConvertSingleByteToUnicode("x", 1, dst, 0, true);
-}
-
-TEST(StringUtils, NarrowingKeepsLowByteSkipsMarkAndLoneZeros) {
-  char dst[8];
-  memset(dst, 0x5A, sizeof dst);
-  ConvertUnicodeToSingleByte(L"\xFEFF" L"A\x0142" L"B", 4, dst, 8, true);
-  EXPECT_STREQ(dst, "ABB");  // mark skipped; U+0142 narrows to its low byte 'B'
-  EXPECT_EQ(dst[3], 0);
+TEST(StringUtils, ConversionsAndCopiesStopAtTheirLimitsAndNeverWritePastThem) {
+  wchar_t w[6];
+  wmemset(w, 0xCCCC, 6);
+  ConvertSingleByteToUnicode("abcdefgh", 8, w, 4, true);
+  EXPECT_EQ(std::wstring(w, 6), std::wstring(L"abc\0\xCCCC\xCCCC", 6));
+  ConvertSingleByteToUnicode("abcdefgh", 8, w, 4, false);  // full, no terminator
+  EXPECT_EQ(std::wstring(w, 5), L"abcd\xCCCC");
+  ConvertSingleByteToUnicode("\xE9\xFF\0cd", 5, w, 6, true);  // a byte is its own code point
+  EXPECT_STREQ(w, L"\x00E9\x00FF");
+  char a[8] = "ZZZZZZZ";
+  ConvertUnicodeToSingleByte(L"abcdef", a, 4);
+  EXPECT_EQ(std::string(a, 5), std::string("abc\0Z", 5));
+  ConvertUnicodeToSingleByte(L"\xFEFF" L"A\x0142" L"B", 4, a, 8, true);  // mark skipped, low bytes kept
+  EXPECT_STREQ(a, "ABB");
   const wchar_t withZero[] = {L'a', 0, L'b', 0, 0};
-  ConvertUnicodeToSingleByte(withZero, 5, dst, 8, true);
-  EXPECT_EQ(std::string(dst, 4), std::string("a\0b\0", 4));  // a lone zero does not end it
-  memset(dst, 0x5A, sizeof dst);
-  ConvertUnicodeToSingleByte(L"abcdef", dst, 4);
-  EXPECT_STREQ(dst, "abc");
-  EXPECT_EQ(dst[4], 0x5A);
-  ConvertUnicodeToSingleByte(L"abcdef", 6, dst, 4, false);
-  EXPECT_EQ(std::string(dst, 4), "abcd");
-}
-
-TEST(StringUtils, CopyCharToTCharDetectsUtf16) {
-  wchar_t dst[16];
-  std::string utf16 = zortest::Utf16Bytes(L"hi!", true) + std::string("\0\0", 2);
-  EXPECT_TRUE(CopyCharToTChar(utf16.data(), static_cast<unsigned>(utf16.size()), dst, 16));
-  EXPECT_STREQ(dst, L"hi!");
-  // Cut to dstSize - 1 units and terminated.
-  EXPECT_TRUE(CopyCharToTChar(utf16.data(), static_cast<unsigned>(utf16.size()), dst, 3));
-  EXPECT_STREQ(dst, L"hi");
-  EXPECT_TRUE(CopyCharToTChar("plain", 5, dst, 16));
-  EXPECT_STREQ(dst, L"plain");
-  EXPECT_TRUE(CopyCharToTChar("plain", dst, 16));
-  EXPECT_STREQ(dst, L"plain");
-  wmemset(dst, L'x', 16);
-  EXPECT_FALSE(CopyCharToTChar("abc", 0, dst, 16));
-  EXPECT_EQ(dst[0], 0);  // zero-filled before failing
-  EXPECT_FALSE(CopyCharToTChar(nullptr, dst, 16));
-  EXPECT_FALSE(CopyCharToTChar("abc", 3, nullptr, 16));
-  EXPECT_FALSE(CopyCharToTChar("abc", 3, dst, 0));
-}
-
-TEST(StringUtils, CopyStringLeavesNullForEmptySource) {
+  ConvertUnicodeToSingleByte(withZero, 5, a, 8, true);  // only two zeros in a row end it
+  EXPECT_EQ(std::string(a, 4), std::string("a\0b\0", 4));
+  const std::string utf16 = zortest::Utf16Bytes(L"hi!", true) + std::string("\0\0", 2);
+  EXPECT_TRUE(CopyCharToTChar(utf16.data(), static_cast<unsigned>(utf16.size()), w, 3));  // UTF-16, cut to fit
+  EXPECT_STREQ(w, L"hi");
+  EXPECT_TRUE(CopyCharToTChar("plain", w, 6));
+  EXPECT_STREQ(w, L"plain");
+  EXPECT_FALSE(CopyCharToTChar("abc", 0, w, 6) || CopyCharToTChar(nullptr, w, 6) || CopyCharToTChar("a", 1, w, 0));
+  EXPECT_EQ(w[0], 0);  // zero-filled before failing
   wchar_t* target = nullptr;
   CopyStringW(&target, L"first");
-  ASSERT_NE(target, nullptr);
-  EXPECT_STREQ(target, L"first");
   wchar_t* block = target;
-  CopyStringW(&target, L"other");  // same length: copied into the same block
-  EXPECT_EQ(target, block);
-  EXPECT_STREQ(target, L"other");
-  CopyStringW(&target, L"longer text");
-  EXPECT_STREQ(target, L"longer text");
-  CopyStringW(&target, target);  // itself: nothing happens
-  EXPECT_STREQ(target, L"longer text");
-  CopyStringW(&target, L"");
-  EXPECT_EQ(target, nullptr);
-  CopyStringW(&target, nullptr);
-  EXPECT_EQ(target, nullptr);
-  CopyStringW(nullptr, L"x");
-
+  CopyStringW(&target, L"other");  // the same length: the same block
+  EXPECT_TRUE(target == block && wcscmp(target, L"other") == 0);
+  CopyStringW(&target, L"x");
+  EXPECT_STREQ(target, L"x");
+  CopyStringW(&target, L"");  // an empty text leaves null
   char* narrow = nullptr;
   CopyStringA(&narrow, "abc");
   EXPECT_STREQ(narrow, "abc");
-  CopyStringA(&narrow, "");
-  EXPECT_EQ(narrow, nullptr);
+  CopyStringA(&narrow, nullptr);
+  EXPECT_TRUE(target == nullptr && narrow == nullptr);
 }
 
-// --- Unicode detection -----------------------------------------------------------
-
-TEST(StringUtils, StringIsUnicodeRules) {
-  EXPECT_TRUE(StringIsUnicode(U("A\0B\0"), 4, false));
-  EXPECT_FALSE(StringIsUnicode(U("A\0B\0"), 4, true));
-  EXPECT_TRUE(StringIsUnicode(U("A\0B\0\0\0"), 6, true));
-  EXPECT_FALSE(StringIsUnicode(U("AB"), 2, false));
-  EXPECT_TRUE(StringIsUnicode(U("\xFF\xFE"), 2, true));
-  EXPECT_FALSE(StringIsUnicode(U("A"), 1, false));
-  EXPECT_FALSE(StringIsUnicode(nullptr, 10, false));
-  // The walk stops at a zero pair; what follows is not looked at.
-  EXPECT_TRUE(StringIsUnicode(U("A\0\0\0XY"), 6, true));
-  // Odd length: the last lone byte is not a pair; with a terminator required
-  // the last two bytes decide.
-  EXPECT_TRUE(StringIsUnicode(U("A\0B"), 3, false));
-  EXPECT_FALSE(StringIsUnicode(U("A\0B"), 3, true));
-  EXPECT_TRUE(StringHasUnicodeHeader(U("\xFF\xFEx")));
-  EXPECT_FALSE(StringHasUnicodeHeader(U("\xFE\xFF")));
-  EXPECT_FALSE(StringHasUnicodeHeader(nullptr));
+TEST(StringUtils, Utf16DetectionRules) {
+  static const struct { const char* bytes; int len; bool unicode, terminated, convertible; int chars; } kCases[] = {
+      {"A\0B\0", 4, 1, 0, 1, 0}, {"A\0B\0\0\0", 6, 1, 1, 1, 0}, {"AB", 2, 0, 0, 0, 0}, {"\xFF\xFE", 2, 1, 1, 0, 0},
+      {"A", 1, 0, 0, 0, 0}, {"A\0B", 3, 1, 0, 1, 0}, {"A\0\0\0XY", 6, 1, 1, 1, 0}, {"\xFF\xFE" "A", 3, 1, 1, 1, 0},
+      {"\xFF\xFE" "AB", 4, 1, 1, 0, 0}, {"A\0", 2, 1, 0, 1, 0}, {"\0AB\0", 4, 1, 0, 1, 0},
+      {"\xFF\xFE" "A\0B\0\0\0", 8, 1, 1, 1, 2}, {"\xFF\xFE" "A\0B\0", 6, 1, 1, 1, 0},
+      {"\xFF\xFE" "AB\0\0", 6, 1, 1, 0, 0}};
+  for (const auto& c : kCases) {
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(c.bytes);
+    EXPECT_EQ(std::make_tuple(StringIsUnicode(p, c.len, false), StringIsUnicode(p, c.len, true),
+                              StringIsConvertibleUnicode(p, c.len), NumConvertibleUnicodeChars(p, c.len),
+                              StringHasUnicodeHeader(p)),
+              std::make_tuple(c.unicode, c.terminated, c.convertible, c.chars, p[0] == 0xFF && p[1] == 0xFE))
+        << zortest::EscapeBytes(std::string(c.bytes, static_cast<size_t>(c.len)));
+  }
+  EXPECT_FALSE(StringIsUnicode(nullptr, 10, false) || StringHasUnicodeHeader(nullptr));
 }
 
-TEST(StringUtils, ConvertibleUnicodeAndCharacterCount) {
-  EXPECT_FALSE(StringIsConvertibleUnicode(U("A"), 1));
-  EXPECT_TRUE(StringIsConvertibleUnicode(U("\xFF\xFE" "A"), 3));  // nothing after the mark to check
-  EXPECT_FALSE(StringIsConvertibleUnicode(U("\xFF\xFE" "AB"), 4));
-  EXPECT_TRUE(StringIsConvertibleUnicode(U("A\0B\0"), 4));
-  EXPECT_FALSE(StringIsConvertibleUnicode(U("ABCD"), 4));
-  EXPECT_EQ(NumConvertibleUnicodeChars(U("\xFF\xFE" "A\0B\0\0\0"), 8), 2);
-  EXPECT_EQ(NumConvertibleUnicodeChars(U("\xFF\xFE" "A\0B\0"), 6), 0);  // no terminator
-  EXPECT_EQ(NumConvertibleUnicodeChars(U("A\0B\0\0\0"), 6), 0);          // no mark
-  EXPECT_EQ(NumConvertibleUnicodeChars(U("\xFF\xFE" "AB\0\0"), 6), 0);   // not UTF-16
-  EXPECT_EQ(NumConvertibleUnicodeChars(U("\xFF\xFE\0\0"), 4), 0);
-}
-
-// --- Numbers ---------------------------------------------------------------------
-
-TEST(StringUtils, HexStringToIntKeepsItsOwnWeighting) {
-  EXPECT_EQ(HexStringToInt(L"ff"), 255);
-  EXPECT_EQ(HexStringToInt(L"1A"), 26);
-  EXPECT_EQ(HexStringToInt(L"7"), 7);
-  EXPECT_EQ(HexStringToInt(L"100"), 32);  // value * k * 16, not positional
-  EXPECT_EQ(HexStringToInt(L"123"), 3 + 2 * 16 + 1 * 2 * 16);
-  EXPECT_EQ(HexStringToInt(L"g1"), -1);
-  EXPECT_EQ(HexStringToInt(L"1 "), -1);
-  EXPECT_EQ(HexStringToInt(L""), -1);
-  EXPECT_EQ(HexStringToInt(nullptr), -1);
-  std::wstring longHex(100000, L'f');  // very long input wraps, never traps
-  (void)HexStringToInt(longHex.c_str());
-  EXPECT_TRUE(IsHexCharacter(L'F'));
-  EXPECT_FALSE(IsHexCharacter(L'g'));
-}
-
-TEST(StringUtils, NumericAndFloatTests) {
-  EXPECT_FALSE(StringIsNumericW(L"-"));
-  EXPECT_TRUE(StringIsNumericW(L"-12"));
-  EXPECT_TRUE(StringIsNumericW(L"007"));
-  EXPECT_FALSE(StringIsNumericW(L"1.5"));
-  EXPECT_FALSE(StringIsNumericW(L"1-2"));
-  EXPECT_FALSE(StringIsNumericW(L""));
-  EXPECT_FALSE(StringIsNumericW(nullptr));
-  EXPECT_TRUE(StringIsNumericA("-12"));
-  EXPECT_FALSE(StringIsNumericA("12a"));
-  EXPECT_TRUE(StringIsFloatW(L"1.5"));
-  EXPECT_TRUE(StringIsFloatW(L"-.5"));
-  EXPECT_TRUE(StringIsFloatW(L"5."));
-  EXPECT_FALSE(StringIsFloatW(L"1..5"));
-  EXPECT_FALSE(StringIsFloatW(L"."));
-  EXPECT_FALSE(StringIsFloatW(L"5-"));
-  EXPECT_FALSE(StringIsFloatW(L"1e5"));
-  EXPECT_FALSE(StringIsFloatA("-"));
-  EXPECT_TRUE(StringIsFloatA("3.25"));
-}
-
-TEST(StringUtils, StrChrPosReportsIndexOrMinusOne) {
+TEST(StringUtils, NumberTests) {
+  // HexStringToInt weights digit k (from the right, k >= 1) by k * 16, not 16^k.
+  for (auto c : {std::make_pair(L"ff", 255), {L"1A", 26}, {L"100", 32}, {L"123", 3 + 2 * 16 + 2 * 16}, {L"g1", -1},
+                 {L"1 ", -1}, {L"", -1}, {static_cast<const wchar_t*>(nullptr), -1}})
+    EXPECT_EQ(HexStringToInt(c.first), c.second) << zortest::Escape(c.first);
+  static const struct { const char* text; bool numeric, isFloat; } kCases[] = {
+      {"-", 0, 0}, {"-12", 1, 1}, {"007", 1, 1}, {"1.5", 0, 1}, {"1-2", 0, 0}, {"-.5", 0, 1},
+      {"5.", 0, 1}, {"1..5", 0, 0}, {".", 0, 0}, {"5-", 0, 0}, {"1e5", 0, 0}, {"", 0, 0}};
+  for (const auto& c : kCases) {
+    const std::wstring w(c.text, c.text + strlen(c.text));
+    EXPECT_EQ(std::make_tuple(StringIsNumericA(c.text), StringIsNumericW(w.c_str()), StringIsFloatA(c.text),
+                              StringIsFloatW(w.c_str())),
+              std::make_tuple(c.numeric, c.numeric, c.isFloat, c.isFloat)) << c.text;
+  }
   wchar_t text[] = L"abcabc";
   int pos = 99;
-  EXPECT_EQ(StrChrPos(text, L'c', &pos), text + 2);
-  EXPECT_EQ(pos, 2);
-  EXPECT_EQ(StrChrPos(text, L'z', &pos), nullptr);
-  EXPECT_EQ(pos, -1);
-  EXPECT_EQ(StrChrPos(nullptr, L'a', &pos), nullptr);
-  EXPECT_EQ(pos, -1);
+  EXPECT_TRUE(StrChrPos(text, L'c', &pos) == text + 2 && pos == 2);
+  EXPECT_TRUE(StrChrPos(text, L'z', &pos) == nullptr && pos == -1);
 }
 
-// --- Editing in place ----------------------------------------------------------------
-
-TEST(StringUtils, RemoveSpacesNeverTouchesTabs) {
-  wchar_t w[] = L"\r\n  \tword \r\n";
+TEST(StringUtils, EditingInPlace) {
+  wchar_t w[] = L"\r\n  \tword \r\n", buf[32];
   RemoveSpacesW(w, false);
-  EXPECT_STREQ(w, L"\r\n  \tword \r\n");  // CR LF stay in place without the flag
+  EXPECT_STREQ(w, L"\r\n  \tword \r\n");  // line breaks only with the flag; tabs never
   RemoveSpacesW(w, true);
   EXPECT_STREQ(w, L"\tword");
   char a[] = "  x  ";
-  RemoveLeadingSpacesA(a, false);
-  EXPECT_STREQ(a, "x  ");
-  RemoveTrailingSpacesA(a, false);
+  RemoveSpacesA(a, false);
   EXPECT_STREQ(a, "x");
-  wchar_t blanks[] = L"   ";
-  RemoveSpacesW(blanks, false);
-  EXPECT_STREQ(blanks, L"");
-  RemoveSpacesW(nullptr, true);
-}
-
-TEST(StringUtils, TrimWhitespaceKeepsCarriageReturn) {
-  wchar_t dst[64];
-  EXPECT_TRUE(TrimWhitespace(L" \t\nvalue\r\n\t ", dst));
-  EXPECT_STREQ(dst, L"value\r");
-  EXPECT_FALSE(TrimWhitespace(L" \t\n", dst));
-  EXPECT_STREQ(dst, L"");
-  EXPECT_TRUE(TrimChar(L'"', L"\"\"quoted\"", dst));
-  EXPECT_STREQ(dst, L"quoted");
-  EXPECT_FALSE(TrimChar(L'x', L"xxx", dst));
-  wchar_t same[] = L"  in place  ";
-  EXPECT_TRUE(TrimWhitespace(same, same));
-  EXPECT_STREQ(same, L"in place");
-  EXPECT_FALSE(TrimWhitespace(nullptr, dst));
-  EXPECT_FALSE(TrimWhitespace(L"x", nullptr));
-}
-
-TEST(StringUtils, TrimRejectsInputBeyondItsLimit) {
-  // Input up to the limit is trimmed; one unit more is rejected with an
-  // empty result, and the destination is never written past the result.
-  std::wstring fits(static_cast<size_t>(kTrimMaxInput), L'a');
-  fits[0] = L' ';
-  std::vector<wchar_t> dst(static_cast<size_t>(kTrimMaxInput) + 8, 0xCCCC);
-  EXPECT_TRUE(TrimWhitespace(fits.c_str(), dst.data()));
-  EXPECT_EQ(wcslen(dst.data()), fits.size() - 1);
-  EXPECT_EQ(dst[fits.size()], 0xCCCC);
-  std::wstring tooLong(static_cast<size_t>(kTrimMaxInput) + 1, L'a');
-  EXPECT_FALSE(TrimWhitespace(tooLong.c_str(), dst.data()));
-  EXPECT_EQ(dst[0], 0);
-  EXPECT_EQ(dst[1], L'a');  // untouched beyond the terminator
-  std::wstring huge(100000, L'b');
-  EXPECT_FALSE(TrimChar(L'b', huge.c_str(), dst.data()));
-  EXPECT_EQ(dst[0], 0);
-}
-
-TEST(StringUtils, ParseCarriageReturnsTurnsBothEscapesIntoCR) {
-  wchar_t dst[64];
-  ParseCarriageReturns(L"one\\ntwo\\rthree\\t\\", dst, 0);
-  EXPECT_STREQ(dst, L"one\rtwo\rthree\\t\\");
-  ParseCarriageReturns(L"", dst, 64);
-  EXPECT_STREQ(dst, L"");
-  ParseCarriageReturns(nullptr, dst, 64);
-  EXPECT_STREQ(dst, L"");
-}
-
-TEST(StringUtils, ReplaceTextMovesTheTail) {
-  wchar_t buf[32] = L"hello world";
+  EXPECT_TRUE(TrimWhitespace(L" \t\nvalue\r\n\t ", buf));
+  EXPECT_STREQ(buf, L"value\r");  // CR stays
+  EXPECT_TRUE(TrimChar(L'"', L"\"\"quoted\"", buf));
+  EXPECT_STREQ(buf, L"quoted");
+  EXPECT_FALSE(TrimWhitespace(L" \t\n", buf));
+  const std::wstring fits(static_cast<size_t>(kTrimMaxInput), L'a');
+  std::vector<wchar_t> big(fits.size() + 8, 0xCCCC);
+  EXPECT_TRUE(TrimWhitespace(fits.c_str(), big.data()) && big.data() == fits && big[fits.size() + 1] == 0xCCCC);
+  EXPECT_FALSE(TrimChar(L'b', (fits + L"a").c_str(), big.data()));  // one unit past the limit: rejected
+  EXPECT_EQ(big[0], 0);
+  ParseCarriageReturns(L"one\\ntwo\\rthree\\t\\", buf, 0);
+  EXPECT_STREQ(buf, L"one\rtwo\rthree\\t\\");
+  wcscpy(buf, L"hello world");
   ReplaceTextW(buf, 0, 5, L"bye");
-  EXPECT_STREQ(buf, L"bye world");
   ReplaceTextW(buf, 4, 5, L"everyone");
-  EXPECT_STREQ(buf, L"bye everyone");
-  ReplaceTextW(buf, 0, 3, L"BYE");
-  EXPECT_STREQ(buf, L"BYE everyone");
   ReplaceTextW(buf, 0, 3, L"");  // an empty replacement does nothing
-  EXPECT_STREQ(buf, L"BYE everyone");
-  ReplaceTextW(buf, 100, 3, L"x");  // past the end: nothing
-  EXPECT_STREQ(buf, L"BYE everyone");
-  ReplaceTextW(buf, 10, 100, L"!");  // range clipped to the end
-  EXPECT_STREQ(buf, L"BYE everyo!");
-}
-
-TEST(StringUtils, SearchAndReplaceAllStopsBeforeOverflow) {
-  wchar_t buf[16] = L"a.a.a.a";
-  SearchAndReplaceAll(buf, L"a", L"xyz", 16, false);
-  EXPECT_STREQ(buf, L"xyz.xyz.xyz.xyz");  // 15 units: fits 16 exactly
-  wchar_t stop[16] = L"a.a.a.a";
-  SearchAndReplaceAll(stop, L"a", L"xyz", 14, false);
-  // Each replacement grows the text by 2: the fourth (13 + 2 >= 14) would not fit.
-  EXPECT_STREQ(stop, L"xyz.xyz.xyz.a");
-  wchar_t exact[8] = L"aaa";
-  SearchAndReplaceAll(exact, L"a", L"bb", 8, false);
-  EXPECT_STREQ(exact, L"bbbbbb");  // 6 units + terminator within 8
-  wchar_t shrink[32] = L"AbAbab";
-  SearchAndReplaceAll(shrink, L"ab", L"-", 32, true);
-  EXPECT_STREQ(shrink, L"---");
-  wchar_t noCase[32] = L"AbAbab";
-  SearchAndReplaceAll(noCase, L"ab", L"-", 32, false);
-  EXPECT_STREQ(noCase, L"AbAb-");
-  wchar_t nested[32] = L"aa";
-  SearchAndReplaceAll(nested, L"a", L"aa", 32, false);  // inserted text not searched
-  EXPECT_STREQ(nested, L"aaaa");
-  wchar_t del[32] = L"x--y--";
-  SearchAndReplaceAll(del, L"--", nullptr, 32, false);
-  EXPECT_STREQ(del, L"xy");
-  wchar_t tiny[2] = L"a";
-  SearchAndReplaceAll(tiny, L"a", L"b", 1, false);  // bufSize below 2: nothing
-  EXPECT_STREQ(tiny, L"a");
+  EXPECT_STREQ(buf, L"bye everyone");
+  // A replacement that could overflow bufSize stops the walk; inserted text is not searched.
+  static const struct { const wchar_t *text, *find, *repl; unsigned size; bool noCase; const wchar_t* result; }
+      kCases[] = {{L"a.a.a.a", L"a", L"xyz", 16, 0, L"xyz.xyz.xyz.xyz"}, {L"aaa", L"a", L"bb", 8, 0, L"bbbbbb"},
+                  {L"a.a.a.a", L"a", L"xyz", 14, 0, L"xyz.xyz.xyz.a"}, {L"AbAbab", L"ab", L"-", 32, 1, L"---"},
+                  {L"AbAbab", L"ab", L"-", 32, 0, L"AbAb-"}, {L"aa", L"a", L"aa", 32, 0, L"aaaa"},
+                  {L"x--y--", L"--", nullptr, 32, 0, L"xy"}, {L"a", L"a", L"b", 1, 0, L"a"}};
+  for (const auto& c : kCases) {
+    std::vector<wchar_t> b(c.text, c.text + wcslen(c.text) + 1);
+    b.resize(c.size < b.size() ? b.size() : c.size, 0xCCCC);
+    SearchAndReplaceAll(b.data(), c.find, c.repl, c.size, c.noCase);
+    EXPECT_STREQ(b.data(), c.result) << zortest::Escape(c.text) << " in " << c.size;
+  }
   char narrow[16] = "Cat cat";
   SearchAndReplaceAllSingleByte(narrow, "CAT", "dog", 16, true);
   EXPECT_STREQ(narrow, "dog dog");
 }
 
-// --- Display texts ------------------------------------------------------------------------
-
-TEST(StringUtils, FileSizeTexts) {
+TEST(StringUtils, DisplayTexts) {
   wchar_t out[32];
-  MakeFileSizeString(1023, out, 32);
-  EXPECT_STREQ(out, L"1023 Bytes");
-  MakeFileSizeString(1024, out, 32);
-  EXPECT_STREQ(out, L"1 KB");
-  MakeFileSizeString(1048575, out, 32);
-  EXPECT_STREQ(out, L"1023 KB");
-  MakeFileSizeString(1572864, out, 32);
-  EXPECT_STREQ(out, L"1.50 MB");
-  MakeFileSizeString(0xFFFFFFFFul, out, 32);
-  EXPECT_STREQ(out, L"4096.00 MB");  // no GB step
+  auto size = [&](unsigned long bytes) { return MakeFileSizeString(bytes, out, 32), std::wstring(out); };
+  auto length = [&](long ms, int millis, int noHours) {
+    return MakeLengthString(ms, out, millis, noHours), std::wstring(out);
+  };
+  EXPECT_EQ(size(1023) + L"|" + size(1024) + L"|" + size(1048575), L"1023 Bytes|1 KB|1023 KB");
+  EXPECT_EQ(size(1572864) + L"|" + size(0xFFFFFFFFul), L"1.50 MB|4096.00 MB");  // no GB step
+  EXPECT_EQ(length(3723004, 0, 0) + L"|" + length(3723004, 1, 0), L"01:02:03|01:02:03:004");
+  EXPECT_EQ(length(59000, 0, 0) + L"|" + length(59007, 1, 0), L"00:59|00:59:007");
+  EXPECT_EQ(length(65 * 60000, 0, 1), L"05:00");  // the hour is dropped, not folded into the minutes
 }
-
-TEST(StringUtils, LengthTextsDropHoursWhenAsked) {
-  wchar_t out[32];
-  MakeLengthString(3723004, out, 0, 0);
-  EXPECT_STREQ(out, L"01:02:03");
-  MakeLengthString(3723004, out, 1, 0);
-  EXPECT_STREQ(out, L"01:02:03:004");
-  MakeLengthString(59000, out, 0, 0);
-  EXPECT_STREQ(out, L"00:59");
-  MakeLengthString(59007, out, 1, 0);
-  EXPECT_STREQ(out, L"00:59:007");
-  MakeLengthString(65 * 60000, out, 0, 1);
-  EXPECT_STREQ(out, L"05:00");  // 65 minutes: the hour is dropped, not folded in
-}
-
-}  // namespace

@@ -1,138 +1,84 @@
 // The foundation library: logging, file names and registry keys.
 #include "tests/support/TestSupport.h"
 
-#include <windows.h>
+#include <regex>
 
-#include <string>
-
-namespace {
-
-TEST(Logging, LinesReachTheSinkOnlyWhileOn) {
-  {
-    zortest::LogCapture capture;
-    EXPECT_TRUE(LoggingNow());
-    Log(L"CExplorerTree::Create: entered");
-    LogFmt(L"%s has %0.2f MB free.", L"C:\\", 1.5);
-    Log(nullptr);
-    auto lines = capture.lines();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], L"CExplorerTree::Create: entered");
-    EXPECT_EQ(lines[1], L"C:\\ has 1.50 MB free.");
-    SetLogging(false);
-    Log(L"not logged");
-    EXPECT_EQ(capture.lines().size(), 2u);
-  }
-  EXPECT_FALSE(LoggingNow());
-}
-
-TEST(Logging, LongFormattedLinesStayWhole) {
-  zortest::LogCapture capture;
-  std::wstring big(5000, L'x');
-  LogFmt(L"<%s>", big.c_str());
-  ASSERT_EQ(capture.lines().size(), 1u);
-  EXPECT_EQ(capture.lines()[0], L"<" + big + L">");
-}
-
-TEST(Logging, WritesTimeStampedUtf8LinesToTheChosenFile) {
+TEST(Logging, LinesReachSinkAndFileOnlyWhileOn) {
   zortest::TempDir dir;
-  std::wstring file = dir / L"log.txt";
-  ASSERT_TRUE(SetLogFile(file.c_str()));
-  {
-    zortest::LogCapture capture;
-    Log(L"first line");
-    Log(L"caf\x00E9");
-  }
+  const std::wstring file = dir / L"log.txt";
+  ASSERT_TRUE(zortest::WriteBytes(file, "old\r\n") && SetLogFile(file.c_str()));
+  const std::wstring big(5000, L'x');
+  zortest::LogCapture capture;  // switches logging on
+  Log(L"first line");
+  Log(nullptr);
+  LogFmt(L"%s has %0.2f MB <%s>", L"caf\x00E9", 1.5, big.c_str());  // kept whole however long
+  SetLogging(false);
+  Log(L"not logged");
+  EXPECT_FALSE(LoggingNow());
+  EXPECT_EQ(capture.lines(), (std::vector<std::wstring>{L"first line", L"caf\x00E9 has 1.50 MB <" + big + L">"}));
   ASSERT_TRUE(SetLogFile(nullptr));
-  std::string bytes = zortest::ReadBytes(file);
-  EXPECT_NE(bytes.find("] first line\r\n"), std::string::npos);
-  EXPECT_NE(bytes.find("] caf\xC3\xA9\r\n"), std::string::npos);
-  EXPECT_EQ(bytes[0], '[');
+  // Appended, UTF-8, each line stamped with the local time of day.
+  const std::string bytes = zortest::ReadBytes(file), stamp = R"(\[([01]\d|2[0-3]):[0-5]\d:[0-5]\d\.\d{3}\] )";
+  EXPECT_TRUE(std::regex_match(bytes.substr(0, 47), std::regex("old\r\n" + stamp + "first line\r\n" + stamp)))
+      << bytes.substr(0, 47);
+  EXPECT_EQ(bytes.substr(47), "caf\xC3\xA9 has 1.50 MB <" + std::string(5000, 'x') + ">\r\n");
   EXPECT_FALSE(SetLogFile((dir / L"missing\\sub\\log.txt").c_str()));
 }
 
-TEST(FileNames, ExtractExtensionWithAndWithoutDot) {
-  wchar_t ext[MAX_PATH];
-  EXPECT_NE(ExtractExtension(L"C:\\music\\song.mp3", ext, 1), 0);
-  EXPECT_STREQ(ext, L".mp3");
-  EXPECT_NE(ExtractExtension(L"C:\\music\\song.tar.gz", ext, 0), 0);
-  EXPECT_STREQ(ext, L"gz");
-  EXPECT_EQ(ExtractExtension(L"C:\\my.music\\song", ext, 1), 0);  // dot in a folder only
-  EXPECT_STREQ(ext, L"");
-  EXPECT_EQ(ExtractExtension(L"song.", ext, 1), 0);
-  EXPECT_EQ(ExtractExtension(nullptr, ext, 1), 0);
-  EXPECT_EQ(ExtractExtension(L"a.b", nullptr, 1), 0);
-}
-
-TEST(FileNames, ExtractFileNameTakesLastComponent) {
-  wchar_t name[MAX_PATH];
-  EXPECT_NE(ExtractFileName(L"C:\\music\\song.mp3", name), 0);
-  EXPECT_STREQ(name, L"song.mp3");
-  EXPECT_NE(ExtractFileName(L"relative/dir/file", name), 0);
-  EXPECT_STREQ(name, L"file");
-  EXPECT_NE(ExtractFileName(L"D:file", name), 0);
-  EXPECT_STREQ(name, L"file");
-  EXPECT_EQ(ExtractFileName(L"C:\\music\\", name), 0);
-  EXPECT_STREQ(name, L"");
-  EXPECT_EQ(ExtractFileName(L"", name), 0);
-  // A component longer than the buffer is cut, never overrun.
-  std::wstring longName = L"C:\\" + std::wstring(400, L'n');
-  wchar_t guarded[MAX_PATH + 4];
-  wmemset(guarded, 0xCCCC, MAX_PATH + 4);
-  EXPECT_NE(ExtractFileName(longName.c_str(), guarded), 0);
-  EXPECT_EQ(wcslen(guarded), static_cast<size_t>(MAX_PATH - 1));
-  EXPECT_EQ(guarded[MAX_PATH], 0xCCCC);
-}
-
-TEST(FileNames, DoesFileExistSeesFilesAndFolders) {
-  zortest::TempDir dir;
-  std::wstring file = dir / L"a.txt";
-  EXPECT_EQ(DoesFileExist(file.c_str()), 0);
-  ASSERT_TRUE(zortest::WriteBytes(file, "x"));
-  EXPECT_NE(DoesFileExist(file.c_str()), 0);
-  EXPECT_NE(DoesFileExist(dir.path().c_str()), 0);
-  EXPECT_EQ(DoesFileExist(L""), 0);
-  EXPECT_EQ(DoesFileExist(nullptr), 0);
-}
-
-class RegKeyTest : public testing::Test {
-protected:
-  const wchar_t* kKey = L"Software\\zorutils-tests\\regkey";
-  void SetUp() override {
-    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\zorutils-tests");
-    HKEY key;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
-                              nullptr),
-              ERROR_SUCCESS);
-    DWORD mhz = 2400;
-    RegSetValueExW(key, L"~MHZ", 0, REG_DWORD, reinterpret_cast<BYTE*>(&mhz), sizeof mhz);
-    const wchar_t text[] = L"WinNT";
-    RegSetValueExW(key, L"ProductType", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof text);
-    const wchar_t number[] = L"77";
-    RegSetValueExW(key, L"AsText", 0, REG_SZ, reinterpret_cast<const BYTE*>(number), sizeof number);
-    RegCloseKey(key);
+TEST(FileNames, ExtensionAndNameOfTheLastComponent) {
+  static const struct { const wchar_t *path, *ext, *name; } kCases[] = {
+      {L"C:\\music\\song.mp3", L"mp3", L"song.mp3"}, {L"relative/dir/x.tar.gz", L"gz", L"x.tar.gz"},
+      {L"D:a.b", L"b", L"a.b"}, {L"C:\\my.music\\song", L"", L"song"},  // a dot in a folder only
+      {L"song.", L"", L"song."}, {L"C:\\music\\", L"", L""}, {L"", L"", L""}};
+  wchar_t out[MAX_PATH + 4];
+  auto junk = [&out] { return wmemset(out, L'#', MAX_PATH + 4); };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(ExtractExtension(c.path, junk(), 1) != 0, *c.ext != 0) << zortest::Escape(c.path);
+    EXPECT_EQ(std::wstring(out), *c.ext ? L"." + std::wstring(c.ext) : L"");
+    EXPECT_EQ(ExtractExtension(c.path, junk(), 0) != 0, *c.ext != 0);
+    EXPECT_STREQ(out, c.ext);
+    EXPECT_EQ(ExtractFileName(c.path, junk()) != 0, *c.name != 0) << zortest::Escape(c.path);
+    EXPECT_STREQ(out, c.name);
   }
-  void TearDown() override { RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\zorutils-tests"); }
-};
+  EXPECT_NE(ExtractFileName((L"C:\\" + std::wstring(400, L'n')).c_str(), junk()), 0);  // cut, never overrun
+  EXPECT_EQ(std::wstring(out), std::wstring(MAX_PATH - 1, L'n'));
+  EXPECT_EQ(out[MAX_PATH], L'#');
+  EXPECT_EQ(ExtractExtension(nullptr, out, 1) + ExtractExtension(L"a.b", nullptr, 1), 0);
+  EXPECT_EQ(ExtractFileName(nullptr, out), 0);
+  zortest::TempDir dir;
+  const std::wstring file = dir / L"a.txt";
+  EXPECT_EQ(DoesFileExist(file.c_str()) + DoesFileExist(L"") + DoesFileExist(nullptr), 0);
+  ASSERT_TRUE(zortest::WriteBytes(file, "x"));
+  EXPECT_TRUE(DoesFileExist(file.c_str()) && DoesFileExist(dir.path().c_str()));  // files and folders
+}
 
-TEST_F(RegKeyTest, ReadsValuesThroughSubKeys) {
+TEST(RegKey, ReadsValuesThroughSubKeys) {
+  const wchar_t* const kKey = L"Software\\zorutils-tests\\regkey";
+  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\zorutils-tests");
+  const DWORD mhz = 2400;
+  const ULONGLONG big = 0x100000007ull;
+  ASSERT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, kKey, L"~MHZ", REG_DWORD, &mhz, sizeof mhz), 0);
+  RegSetKeyValueW(HKEY_CURRENT_USER, kKey, L"Big", REG_QWORD, &big, sizeof big);
+  RegSetKeyValueW(HKEY_CURRENT_USER, kKey, L"ProductType", REG_SZ, L"WinNT", 12);
+  RegSetKeyValueW(HKEY_CURRENT_USER, kKey, L"AsText", REG_SZ, L"77", 6);
   CRegKey root(HKEY_CURRENT_USER);
   CRegKey* sub = root.GetSubKey(kKey);
   ASSERT_NE(sub, nullptr);
-  EXPECT_TRUE(sub->SubKeyExists(L"~MHZ"));
-  EXPECT_FALSE(sub->SubKeyExists(L"missing"));
-  EXPECT_EQ(sub->GetKeyNum(L"~MHZ"), 2400u);
-  EXPECT_EQ(sub->GetKeyNum(L"AsText"), 77u);
-  EXPECT_EQ(sub->GetKeyNum(L"missing"), 0u);
+  EXPECT_TRUE(sub->SubKeyExists(L"~MHZ") && !sub->SubKeyExists(L"missing"));
+  // DWORD and QWORD (its low 32 bits) as stored, strings read as decimal numbers.
+  for (auto c : {std::make_pair(L"~MHZ", 2400ul), {L"Big", 7ul}, {L"AsText", 77ul}, {L"missing", 0ul}})
+    EXPECT_EQ(sub->GetKeyNum(c.first), c.second) << zortest::Escape(c.first);
   wchar_t text[16];
   EXPECT_TRUE(sub->GetKeyString(L"ProductType", text, 16));
   EXPECT_STREQ(text, L"WinNT");
   EXPECT_TRUE(sub->GetKeyString(L"ProductType", text, 3));  // cut to fit
+  EXPECT_STREQ(text, L"Wi");
+  EXPECT_FALSE(sub->GetKeyString(L"ProductType", text, 0));  // no room: nothing written
   EXPECT_STREQ(text, L"Wi");
   EXPECT_FALSE(sub->GetKeyString(L"~MHZ", text, 16));  // not a string
   EXPECT_STREQ(text, L"");
   DeleteRegKey(sub);
   EXPECT_EQ(root.GetSubKey(L"Software\\zorutils-tests\\nothing-here"), nullptr);
   DeleteRegKey(nullptr);
+  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\zorutils-tests");
 }
-
-}  // namespace
