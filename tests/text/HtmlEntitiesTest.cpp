@@ -21,7 +21,7 @@ TEST(HtmlEntities, DecodesReferencesWithTheirQuirks) {
       {L"a%20b%20", L"a b "}, {L"&amp;&apos;&quot;", L"&'\""}, {L"x&copy;y", L"x\x00A9y"},
       {L"&iexcl;&times;&szlig;&divide;&yuml;", L"\x00A1\x00D7\x00DF\x00F7\x00FF"},
       {L"a&nbsp;b", L"a b"}, {L"&lt;b&gt;&ltx", L"<;b>;<x"},  // a plain blank; "&lt" and "&gt" carry no ';'
-      {L"&#65;&#x41;&#xff;&#x100;", L"AA\x00FF "}, {L"&#65601;", L"A"},  // hex as HexStringToInt; low 16 bits
+      {L"&#65;&#x41;&#xff;&#x100;", L"AA\x00FF "}, {L"&#65601;&#x1;", L"A\x0001"},  // HexStringToInt; low 16 bits
       {L"&#000000000000065;", L"A"}, {L"&#0000000000000065;", L"&#0000000000000065;"},  // 15 / 16 digits
       {L"a&#0;b&#65536;&#x0;", L"a&#0;b&#65536;&#x0;"},  // a zero would cut the text short
       {L"&amp;lt;&amp;amp;%2520&#37;20", L"&lt;&amp;%2520%20"}};  // produced text is not decoded again
@@ -73,8 +73,7 @@ TEST(HtmlEntities, FuzzedTextStaysWithinItsBuffers) {
       "&#65;&#x41;&#8364;&#x100;&#65601;&#000000000000065;&#0000000000000065; http://a.b/c?d=e&amp;f",
       "broken: &#6a; &#x4g; &#; &#x; &unknown; &AMP; &#65 %2 &ampx &#x41 &#" + std::string(40, '9'),
       std::string(200, '&') + "&amp;amp;lt;%2520" + std::string(100, ';')};
-  const std::vector<std::string> tokens = {"&amp;", "&#", "&#x", ";", "&", "%20", "&lt", "&eacute;", "@a.com"};
-  zortest::Fuzz(samples, tokens, {}, [](const std::string& bytes) {
+  zortest::Fuzz(samples, {"&amp;", "&#", "&#x", ";", "&", "%20", "&lt", "@a.com"}, {}, [](const std::string& bytes) {
     std::vector<wchar_t> in(bytes.begin(), bytes.end());
     for (wchar_t& c : in) c &= 0xFF;
     in.push_back(0);

@@ -46,8 +46,7 @@ TEST(Lock, TryToLockFailsWhileAnotherThreadHoldsOrWaitsWithoutTryEnter) {
       result = lock.TryToLock();
       if (result) lock.Unlock();
     });
-    const DWORD firstWait = hidden ? WAIT_TIMEOUT : WAIT_OBJECT_0;
-    EXPECT_EQ(WaitForSingleObject(t, hidden ? 150 : 10000), firstWait);
+    EXPECT_EQ(WaitForSingleObject(t, hidden ? 150 : 10000), hidden ? DWORD{WAIT_TIMEOUT} : WAIT_OBJECT_0);
     EXPECT_EQ(result, hidden ? -1 : 0);
     lock.Unlock();
     EXPECT_EQ(WaitForSingleObject(t, 10000), WAIT_OBJECT_0);

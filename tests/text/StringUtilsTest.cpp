@@ -20,9 +20,9 @@ TEST(StringUtils, ConversionsAndCopiesStopAtTheirLimitsAndNeverWritePastThem) {
   EXPECT_EQ(std::string(a, 5), std::string("abc\0Z", 5));
   ConvertUnicodeToSingleByte(L"\xFEFF" L"A\x0142" L"B", 4, a, 8, true);  // mark skipped, low bytes kept
   EXPECT_STREQ(a, "ABB");
-  const wchar_t withZero[] = {L'a', 0, L'b', 0, 0};
-  ConvertUnicodeToSingleByte(withZero, 5, a, 8, true);  // only two zeros in a row end it
-  EXPECT_EQ(std::string(a, 4), std::string("a\0b\0", 4));
+  const wchar_t withZero[] = {L'a', 0, L'b', 0, 0, L'c'};
+  ConvertUnicodeToSingleByte(withZero, 6, a, 8, true);  // a lone zero is copied; two in a row end the text
+  EXPECT_EQ(std::string(a, 7), std::string("a\0b\0\0\0\0", 7));
   const std::string utf16 = zortest::Utf16Bytes(L"hi!", true) + std::string("\0\0", 2);
   EXPECT_TRUE(CopyCharToTChar(utf16.data(), static_cast<unsigned>(utf16.size()), w, 3));  // UTF-16, cut to fit
   EXPECT_STREQ(w, L"hi");
@@ -96,7 +96,7 @@ TEST(StringUtils, EditingInPlace) {
   EXPECT_STREQ(buf, L"value\r");  // CR stays
   EXPECT_TRUE(TrimChar(L'"', L"\"\"quoted\"", buf));
   EXPECT_STREQ(buf, L"quoted");
-  EXPECT_FALSE(TrimWhitespace(L" \t\n", buf));
+  EXPECT_FALSE(TrimWhitespace(L" \t\n", buf) || TrimWhitespace(nullptr, buf) || TrimWhitespace(L"x", nullptr));
   const std::wstring fits(static_cast<size_t>(kTrimMaxInput), L'a');
   std::vector<wchar_t> big(fits.size() + 8, 0xCCCC);
   EXPECT_TRUE(TrimWhitespace(fits.c_str(), big.data()) && big.data() == fits && big[fits.size() + 1] == 0xCCCC);
@@ -106,7 +106,7 @@ TEST(StringUtils, EditingInPlace) {
   EXPECT_STREQ(buf, L"one\rtwo\rthree\\t\\");
   wcscpy(buf, L"hello world");
   ReplaceTextW(buf, 0, 5, L"bye");
-  ReplaceTextW(buf, 4, 5, L"everyone");
+  ReplaceTextW(buf, 4, 100, L"everyone");  // the range is clipped to the end
   ReplaceTextW(buf, 0, 3, L"");  // an empty replacement does nothing
   EXPECT_STREQ(buf, L"bye everyone");
   // A replacement that could overflow bufSize stops the walk; inserted text is not searched.
