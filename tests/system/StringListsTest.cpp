@@ -255,3 +255,34 @@ TEST(MRUList, IgnoresMissingFilesRemovesOnRequestAndWorksWithoutInit) {
   EXPECT_EQ(nullptr, loose.GetFileWithPath(0));
   EXPECT_EQ(V(9, L""), Values(key));
 }
+
+namespace {
+// A folder of exactly `length` characters ("\\?\" form) under `root`, made
+// of as many levels as that takes.
+std::wstring FolderOfLength(const std::wstring& root, size_t length) {
+  std::wstring folder = L"\\\\?\\" + root;
+  while (folder.size() < length) {
+    const size_t r = length - folder.size();
+    folder += L"\\" + std::wstring(r > 200 ? 100 : r > 100 ? r / 2 : r - 1, L'd');
+    CreateDirectoryW(folder.c_str(), nullptr);
+  }
+  return folder;
+}
+}  // namespace
+
+// What is stored comes back whole: the load reads 511 characters, so a
+// longer path would come back cut, here naming its folder instead.
+TEST(MRUList, OnlyPathsTheLoadReadsWholeAreStored) {
+  TestRegKey key(L"mru");
+  TempDir dir;
+  const std::wstring folder = FolderOfLength(dir.path(), 511), file = folder + L"\\f.txt";
+  ASSERT_TRUE(IsDir(folder) && zortest::WriteBytes(file, "x"));
+  CMRUList mru;
+  mru.Init(HKEY_CURRENT_USER, key.path());
+  mru.AddFile(file.c_str());
+  EXPECT_EQ(0, mru.NumMRUFiles());
+  mru.AddFile(folder.c_str());
+  CMRUList again;
+  again.Init(HKEY_CURRENT_USER, key.path());
+  EXPECT_EQ(V{folder}, Entries(again));
+}

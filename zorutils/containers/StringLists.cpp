@@ -401,7 +401,9 @@ void CMRUList::LoadList() {
 }
 
 void CMRUList::AddFile(const wchar_t* path) {
-  if (!path || !*path || !DoesFileExist(path)) return;
+  // A path the load could not read back whole is not taken: it would come
+  // back cut, naming nothing or, worse, one of its own folders.
+  if (!path || !*path || wcslen(path) >= static_cast<size_t>(kMRUValueChars) || !DoesFileExist(path)) return;
   wchar_t* copy = nullptr;
   CopyStringW(&copy, path);
   if (!copy) return;

@@ -143,7 +143,8 @@ public:
   void Init(HKEY rootKey, const wchar_t* subKey);
   /// Puts an existing file first (an entry equal to it, in any letter case,
   /// is removed), keeps the nine most recent and saves. Null, empty and
-  /// missing files are ignored.
+  /// missing files are ignored, and so are paths of 512 characters or more,
+  /// which the load could not read back whole.
   void AddFile(const wchar_t* path);
   /// Exactly AddFile.
   void MoveFileToTop(const wchar_t* path);
