@@ -270,8 +270,9 @@ std::wstring FolderOfLength(const std::wstring& root, size_t length) {
 }
 }  // namespace
 
-// What is stored comes back whole: the load reads 511 characters, so a
-// longer path would come back cut, here naming its folder instead.
+// What is stored comes back whole, and only that is loaded: the load reads
+// 511 characters, so a longer path would come back cut, here naming its
+// folder instead.
 TEST(MRUList, OnlyPathsTheLoadReadsWholeAreStored) {
   TestRegKey key(L"mru");
   TempDir dir;
@@ -285,4 +286,9 @@ TEST(MRUList, OnlyPathsTheLoadReadsWholeAreStored) {
   CMRUList again;
   again.Init(HKEY_CURRENT_USER, key.path());
   EXPECT_EQ(V{folder}, Entries(again));
+  key.Write(L"mru.1", file);  // too long to be read whole: dropped, not cut
+  CMRUList cut;
+  cut.Init(HKEY_CURRENT_USER, key.path());
+  EXPECT_EQ(0, cut.NumMRUFiles());
+  EXPECT_EQ(L"", key.Read(L"mru.1")) << "the gap is closed at once";
 }
