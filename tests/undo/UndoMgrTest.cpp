@@ -1,279 +1,181 @@
-// CUndoMgr, case by case: the fixed edges and the deliberate quirks a host
-// relies on. Counts and ownership over long histories are checked step by
-// step against a reference model in UndoSessionTest.cpp.
-#include "UndoTestAtoms.h"
+// CUndoMgr: short scripts that pin the order and number of every call a host
+// sees (the deliberate quirks each by name), recording on and off, and the
+// texts offered for the Undo and Redo menu items.
+#include "tests/support/TestSupport.h"
 
-#include <cstring>
+#include <zorutils/undo/UndoMgr.h>
 
-using namespace undotest;
+#include <functional>
+#include <map>
 
 namespace {
 
 using V = std::vector<int>;
 
-class UndoMgr : public ::testing::Test {
-protected:
-  void SetUp() override {
-    Recorder::Get().Reset();
-    Recorder::Attach(mgr);
-  }
-  // Starts a new set of `n` atoms; returns them.
-  std::vector<TestAtom*> AddSet(CUndoMgr& mgr, int n) {
-    std::vector<TestAtom*> atoms;
-    mgr.NextUndoSet();
-    for (int i = 0; i < n; ++i) atoms.push_back(new TestAtom(&j)), mgr.AddUndoNode(atoms.back());
-    return atoms;
-  }
-  static Recorder& rec() { return Recorder::Get(); }
+// Everything the atoms and the two callbacks saw, in order.
+struct Journal {
+  int nextSerial = 1, live = 0, notifies = 0;
+  std::vector<std::pair<int, int>> calls;  // (serial, redo flag) per UndoRedo
+  V destroyed, dirty;
+  std::map<int, int> destroyCount;
+  void Clear() { calls.clear(), destroyed.clear(), dirty.clear(), notifies = 0; }
+};
+Journal* g_journal;  // the set-dirty callback has no user pointer
 
-  Journal j;    // outlives every manager of a test
-  CUndoMgr mgr;  // default limit, both callbacks recorded
+class Atom : public CUndoAtom {
+public:
+  explicit Atom(Journal* j) : serial(j->nextSerial++), m_j(j) { ++j->live; }
+  ~Atom() override {
+    if (m_j->destroyCount[serial]++) ADD_FAILURE() << "atom " << serial << " deleted twice";
+    m_j->destroyed.push_back(serial), --m_j->live;
+  }
+  CUndoAtom* Clone() override { return new Atom(m_j); }
+  void UndoRedo(int redo) override {
+    m_j->calls.emplace_back(serial, redo);
+    if (hook) hook(redo);
+  }
+  void GetUndoText(wchar_t* buffer, unsigned int size) override {
+    if (size == 0) return ADD_FAILURE() << "asked for a text of no characters";
+    _snwprintf(buffer, size, L"atom %d", serial);
+    buffer[size - 1] = 0;
+  }
+  const int serial;
+  std::function<void(int)> hook;
+
+private:
+  Journal* m_j;
 };
 
-TEST_F(UndoMgr, DefaultIsEmptyCleanAndKeeps400Atoms) {
-  EXPECT_EQ((V{0, 0, 0, 0, 1, 0}), (V{mgr.CanUndo(), mgr.CanRedo(), mgr.Dirty(), mgr.CurrentUndoID(),
-                                      mgr.CanAddUndoNodes(), mgr.GetDisableUndoCount()}));
-  EXPECT_EQ(nullptr, mgr.GetLastNode());
-  std::vector<TestAtom*> atoms;
-  for (int i = 0; i < 401; ++i) atoms.push_back(AddSet(mgr, 1)[0]);
-  EXPECT_EQ(V{1}, j.destroyed);  // only the oldest, only at the 401st add
-  EXPECT_EQ(400, j.live);
-  EXPECT_TRUE(mgr.AtomInList(atoms[1]));
+void Attach(CUndoMgr& mgr, Journal& j) {
+  g_journal = &j;
+  mgr.SetDirtyStatusCallback([](int d, void* user) { static_cast<Journal*>(user)->dirty.push_back(d); }, &j);
+  mgr.SetSetDirtyCallback([] { ++g_journal->notifies; });
 }
 
-TEST_F(UndoMgr, LimitNeverDropsTheNewestSetAndZeroOrLessKeepsOnlyIt) {
-  CUndoMgr big(3);
-  AddSet(big, 1);
-  AddSet(big, 5);  // the fourth atom drops the old set; all five stay
-  EXPECT_EQ(V{1}, j.destroyed);
-  big.Undo();
-  EXPECT_EQ((V{6, 5, 4, 3, 2}), j.Calls(0));
-  for (int limit : {0, -5}) {
-    j.destroyed.clear();
-    CUndoMgr tiny(limit);
-    int first = AddSet(tiny, 2)[0]->serial();
-    TestAtom* last = AddSet(tiny, 1)[0];
-    EXPECT_EQ((V{first, first + 1}), j.destroyed) << limit;
-    EXPECT_EQ(last, tiny.GetLastNode());
-  }
-}
+// Each a short script on a fresh manager. n: new set of one atom, +: atom
+// into the current set, r: new set by reference, u: undo, R: redo, s: save,
+// c: clear the history, f: force dirty, d: delete all after the first atom,
+// x: destroy the manager, |: forget what was seen so far.
+struct Quirk {
+  const char* name;
+  int maxUndos;
+  const char* script;
+  V dirty;       // dirty-status calls after the last '|'
+  int notifies;  // set-dirty calls after the last '|'
+  V calls;       // serials undone (negative: redone) after the last '|'
+  V destroyed;   // after the last '|'
+};
 
-TEST_F(UndoMgr, TrimmingLeavesTheSaveIndexUnshifted) {
-  // Deliberate: after a trim the save point is an index into the shifted
-  // list, so landing on that index reads as clean though the atoms differ.
-  CUndoMgr mgr(3);
-  for (int i = 0; i < 3; ++i) AddSet(mgr, 1);
-  mgr.OnSave();    // saved position 2
-  AddSet(mgr, 1);  // trims one: position 2 again
-  EXPECT_EQ(1, mgr.Dirty());
-  mgr.Undo();
-  EXPECT_EQ(1, mgr.Dirty());
-  mgr.Redo();
-  EXPECT_EQ(0, mgr.Dirty());
-}
+const Quirk kQuirks[] = {
+    {"FirstAtomReportsDirtyEvenWhenAlreadyDirty", 9, "f|nn", {1}, 2, {}, {}},
+    {"ByReferenceAddNotifiesTwice", 9, "|r", {1}, 2, {}, {1}},
+    {"UndoNotifiesTwiceRedoOnceSetsNewestFirstThenOldestFirst", 9, "n++|uR", {0, 1}, 3, {3, 2, 1, -1, -2, -3}, {}},
+    {"UndoingEverythingIsCleanEvenAfterALaterSave", 9, "nns|uu", {1, 0}, 4, {2, 1}, {}},
+    {"TrimmingLeavesTheSaveIndexUnshifted", 3, "nnns|nuRR", {1, 0}, 4, {4, -4}, {1}},
+    {"ClearedHistoryTakesPositionZeroAsTheSavePoint", 9, "nnc|nuR", {1, 0}, 4, {3, -3}, {}},
+    {"LimitNeverDropsTheNewestSet", 3, "n|n++++uu", {0}, 7, {6, 5, 4, 3, 2}, {1}},
+    {"LimitOfZeroKeepsOnlyTheNewestSetAndReportsItsFirstAtom", 0, "n+|n", {1}, 1, {}, {1, 2}},
+    {"DestroyingWhileDirtyReportsCleanAndDeletesUndoneAtoms", 9, "n+nu|x", {0}, 1, {}, {1, 2, 3}},
+    {"AddAfterUndoDeletesTheUndoneAtoms", 9, "nn+u|n", {}, 1, {}, {3, 2}},
+    {"DeleteAllNodesAfterNodeMovesWithoutRedoingAndJoinsItsSet", 9, "n+nuu|d+u", {1, 0}, 3, {4, 1}, {3, 2}},
+};
 
-TEST_F(UndoMgr, FirstAtomReportsDirtyEvenWhenAlreadyDirty) {
-  int user = 0;
-  Recorder::Attach(mgr, &user);
-  mgr.ForceSetDirty(1);
-  TestAtom* a = new TestAtom(&j);
-  a->m_nUndoSetID = 77;
-  mgr.AddUndoNode(a);
-  EXPECT_EQ((V{1, 1}), rec().dirty);
-  EXPECT_EQ(&user, rec().users.back());
-  EXPECT_EQ(0, a->m_nUndoSetID) << "stamped with the current set ID";
-  AddSet(mgr, 1);
-  EXPECT_EQ((V{1, 1}), rec().dirty);  // already dirty, not the first atom
-  EXPECT_EQ(3, rec().setDirty);
-}
+class Quirks : public testing::TestWithParam<Quirk> {};
 
-TEST_F(UndoMgr, AddByReferenceClonesAndNotifiesTwice) {
-  TestAtom mine(&j);
-  {
-    CUndoMgr mgr;
-    Recorder::Attach(mgr);
-    mgr.AddUndoNode(mine);
-    EXPECT_EQ(V{mine.serial()}, j.cloned);
-    EXPECT_EQ(V{1}, rec().dirty);
-    EXPECT_EQ(2, rec().setDirty);
-    EXPECT_FALSE(mgr.AtomInList(&mine));
-    EXPECT_NE(nullptr, mgr.GetLastNode());
-  }
-  EXPECT_EQ(V{mine.serial() + 1}, j.destroyed) << "the manager deletes its copy only";
-}
-
-TEST_F(UndoMgr, AtomsNotTakenStayTheCallersAndEnableIsUnchecked) {
-  mgr.AddUndoNode(static_cast<CUndoAtom*>(nullptr));
-  EXPECT_FALSE(mgr.AtomInList(nullptr));
-  mgr.DisableNewUndos();
-  TestAtom byRef(&j);
-  mgr.AddUndoNode(byRef);
-  EXPECT_TRUE(j.cloned.empty()) << "no copy is asked for while disabled";
-  EXPECT_EQ(nullptr, mgr.GetLastNode());
-  EXPECT_EQ(0, rec().setDirty);
-  mgr.EnableNewUndos();
-  mgr.EnableNewUndos();  // one Enable too many disables recording again
-  EXPECT_EQ(-1, mgr.GetDisableUndoCount());
-  EXPECT_EQ(0, mgr.CanAddUndoNodes());
-}
-
-TEST_F(UndoMgr, SetIsUndoneNewestFirstRedoneOldestFirstNotifyingTwiceThenOnce) {
-  mgr.Undo();
-  mgr.Redo();
-  EXPECT_EQ(0, rec().setDirty) << "nothing to do: no notification";
-  AddSet(mgr, 1);   // serial 1
-  AddSet(mgr, 3);   // 2, 3, 4
-  rec().Reset();
-  mgr.Undo();
-  EXPECT_EQ((V{4, 3, 2}), j.Calls(0));
-  EXPECT_EQ(2, rec().setDirty);
-  EXPECT_EQ(1, mgr.CanUndo());  // stops on the previous set
-  mgr.Redo();
-  EXPECT_EQ((V{2, 3, 4}), j.Calls(1));
-  EXPECT_EQ(3, rec().setDirty);
-  mgr.Undo();
-  mgr.Undo();
-  mgr.Undo();  // nothing left: no call
-  EXPECT_EQ((V{4, 3, 2, 4, 3, 2, 1}), j.Calls(0));
-}
-
-TEST_F(UndoMgr, AtomsRunWithRecordingDisabledAndMayClearTheHistory) {
-  TestAtom* a = AddSet(mgr, 1)[0];
-  a->mgr = &mgr;
-  a->hook = [](TestAtom* self, int) {
-    EXPECT_EQ(1, self->mgr->GetDisableUndoCount());
-    CUndoAtom* stray = self->Clone();
-    self->mgr->AddUndoNode(stray);
-    if (self->mgr->AtomInList(stray)) ADD_FAILURE() << "recorded while running";
-    else delete stray;
-  };
-  mgr.Undo();
-  mgr.Redo();
-  EXPECT_EQ((V{1}), j.Calls(0));  // the hook ran both ways
-  EXPECT_EQ((V{1}), j.Calls(1));
-  EXPECT_EQ(0, mgr.GetDisableUndoCount());
-  auto set = AddSet(mgr, 3);
-  set[1]->mgr = &mgr;
-  set[1]->hook = [](TestAtom* self, int) { self->mgr->ClearUndoHistory(); };
-  mgr.Undo();  // the middle atom deletes itself and the rest mid-loop
-  EXPECT_EQ(0, j.live);
-  EXPECT_EQ(0, mgr.CanUndo() + mgr.CanRedo());
-}
-
-TEST_F(UndoMgr, UndoingEverythingCountsAsCleanEvenAfterALaterSave) {
-  AddSet(mgr, 2);
-  mgr.OnSave();  // saved position 1
-  rec().Reset();
-  mgr.Undo();  // straight to -1: raised by the update, then cleared
-  EXPECT_EQ((V{1, 0}), rec().dirty);
-  EXPECT_EQ(2, rec().setDirty);
-  mgr.Redo();  // back onto the saved position
-  EXPECT_EQ((V{1, 0}), rec().dirty);
-  AddSet(mgr, 1);
-  mgr.OnSave();  // saved position 2: redoing one set from all-undone is dirty
-  mgr.Undo();
-  mgr.Undo();
-  EXPECT_EQ(0, mgr.Dirty());
-  rec().Reset();
-  mgr.Redo();
-  EXPECT_EQ(V{1}, rec().dirty);
-  EXPECT_EQ(1, rec().setDirty);
-}
-
-TEST_F(UndoMgr, ClearedHistoryTakesPositionZeroAsTheSavePoint) {
-  AddSet(mgr, 2);
-  rec().Reset();
-  mgr.ClearUndoHistory();
-  EXPECT_EQ(0, j.live);
-  EXPECT_EQ(V{0}, rec().dirty);
-  EXPECT_EQ(1, rec().setDirty);
-  EXPECT_EQ(nullptr, mgr.GetLastNode());
-  AddSet(mgr, 1);  // saved 0 (a fresh manager has -1): redoing onto 0 is clean
-  mgr.Undo();
-  mgr.Redo();
-  EXPECT_EQ(0, mgr.Dirty());
-}
-
-TEST_F(UndoMgr, DestroyingWhileDirtyReportsCleanAndDeletesEveryAtom) {
-  for (bool dirty : {true, false}) {
-    {
-      CUndoMgr mgr;
-      Recorder::Attach(mgr);
-      if (dirty) AddSet(mgr, 2), AddSet(mgr, 1), mgr.Undo();  // an undone atom goes too
-      rec().Reset();
+TEST_P(Quirks, Hold) {
+  const Quirk& q = GetParam();
+  Journal j;
+  auto* mgr = new CUndoMgr(q.maxUndos);
+  Attach(*mgr, j);
+  CUndoAtom* first = nullptr;
+  for (const char* p = q.script; *p; ++p) {
+    switch (*p) {
+      case 'r': {
+        mgr->NextUndoSet();
+        Atom mine(&j);
+        mgr->AddUndoNode(mine);
+        break;
+      }
+      case 'n': mgr->NextUndoSet(); [[fallthrough]];
+      case '+':
+        mgr->AddUndoNode(new Atom(&j));
+        first = first ? first : mgr->GetLastNode();
+        break;
+      case 'd': mgr->DeleteAllNodesAfterNode(first); break;
+      case 'u': mgr->Undo(); break;
+      case 'R': mgr->Redo(); break;
+      case 's': mgr->OnSave(); break;
+      case 'c': mgr->ClearUndoHistory(); break;
+      case 'f': mgr->ForceSetDirty(1); break;
+      case 'x': delete mgr, mgr = nullptr; break;
+      default: j.Clear();
     }
-    EXPECT_EQ(dirty ? V{0} : V{}, rec().dirty);
-    EXPECT_EQ(1, rec().setDirty);
   }
-  EXPECT_EQ(0, j.live);
-  EXPECT_EQ(3u, j.destroyed.size());
+  V calls;
+  for (const auto& c : j.calls) calls.push_back(c.second ? -c.first : c.first);
+  EXPECT_EQ(q.dirty, j.dirty);
+  EXPECT_EQ(q.notifies, j.notifies);
+  EXPECT_EQ(q.calls, calls);
+  EXPECT_EQ(q.destroyed, j.destroyed);
+  delete mgr;
 }
 
-TEST_F(UndoMgr, CallbacksCanBeSwitchedOff) {
-  mgr.SetDirtyStatusCallback(nullptr, nullptr);
-  mgr.SetSetDirtyCallback(nullptr);
-  AddSet(mgr, 1);
-  mgr.Undo();
-  mgr.Redo();
-  mgr.ForceSetDirty(1);
-  mgr.OnSave();
-  EXPECT_TRUE(rec().dirty.empty());
-  EXPECT_EQ(0, rec().setDirty);
+INSTANTIATE_TEST_SUITE_P(UndoMgr, Quirks, testing::ValuesIn(kQuirks),
+                         [](const testing::TestParamInfo<Quirk>& info) { return std::string(info.param.name); });
+
+TEST(UndoMgr, RecordingIsOffWhileAtomsRunOrWhileDisabledAndEnableIsUnchecked) {
+  Journal j;
+  CUndoMgr mgr;  // the default limit: 400 atoms
+  Attach(mgr, j);
+  for (int i = 0; i < 401; ++i) mgr.NextUndoSet(), mgr.AddUndoNode(new Atom(&j));
+  EXPECT_EQ(V{1}, j.destroyed);
+  auto* a = static_cast<Atom*>(mgr.GetLastNode());
+  a->hook = [&](int) {
+    EXPECT_EQ(1, mgr.GetDisableUndoCount());
+    Atom stray(&j);
+    mgr.AddUndoNode(stray);
+  };
+  mgr.Undo(), mgr.Redo();
+  EXPECT_EQ(a, mgr.GetLastNode()) << "nothing recorded while the atom ran";
+  mgr.AddUndoNode(static_cast<CUndoAtom*>(nullptr));
+  mgr.DisableNewUndos(), mgr.DisableNewUndos(), mgr.EnableNewUndos();
+  Atom notTaken(&j);
+  mgr.AddUndoNode(&notTaken);
+  EXPECT_EQ(a, mgr.GetLastNode());
+  mgr.EnableNewUndos(), mgr.EnableNewUndos();  // one too many: off again
+  EXPECT_EQ((V{-1, 0, 400}), (V{mgr.GetDisableUndoCount(), mgr.CanAddUndoNodes(), j.live - 1}));
 }
 
-TEST_F(UndoMgr, DeleteAllNodesAfterNodeMovesWithoutRedoingAndJoinsItsSet) {
-  TestAtom* first = AddSet(mgr, 1)[0];  // set 1, serial 1
-  AddSet(mgr, 2);                       // set 2, serials 2 and 3
-  mgr.Undo();
-  mgr.Undo();  // nothing done
-  mgr.DeleteAllNodesAfterNode(nullptr);
-  mgr.NextUndoSet();
-  mgr.DeleteAllNodesAfterNode(first);  // forward onto `first`, set 2 deleted
-  EXPECT_EQ((V{3, 2}), j.destroyed);
-  EXPECT_TRUE(j.Calls(1).empty()) << "moving the position never redoes";
-  EXPECT_EQ(1, mgr.CanUndo());
-  EXPECT_EQ(1, mgr.CurrentUndoID());
-  TestAtom* joined = new TestAtom(&j);  // joins the cut set: one Undo takes both
-  mgr.AddUndoNode(joined);
-  mgr.Undo();
-  EXPECT_EQ((V{3, 2, 1, joined->serial(), 1}), j.Calls(0));
-}
-
-TEST_F(UndoMgr, TextFallbacksZeroTheWholeUndoBufferButOnlySizeBytesOfTheRedoBuffer) {
-  AddSet(mgr, 1);
-  mgr.Undo();  // nothing to undo, then nothing to redo
+// Both texts come from the last atom of the set they would act on. With
+// nothing to describe, the undo text clears the whole buffer and the redo
+// text only `size` bytes of it.
+TEST(UndoMgr, TextsComeFromTheSetsLastAtomAndTheRedoFallbackClearsSizeBytes) {
+  Journal j;
+  CUndoMgr mgr;
   wchar_t buf[12];
-  std::memset(buf, 0xCC, sizeof buf);
-  mgr.GetCurrentUndoText(buf, 10);
-  for (int i = 0; i < 11; ++i) EXPECT_EQ(i < 10 ? 0 : 0xCCCC, buf[i]) << i;
-  mgr.Redo();
-  std::memset(buf, 0xCC, sizeof buf);
-  mgr.GetCurrentRedoText(buf, 10);
-  for (int i = 0; i < 12; ++i) EXPECT_EQ(i < 5 ? 0 : 0xCCCC, buf[i]) << i;
-  buf[0] = buf[1] = 0xCCCC;
-  mgr.GetCurrentRedoText(buf, 1);  // one character: still reads as empty
-  EXPECT_EQ(0, buf[0]);
-  EXPECT_EQ(0xCCCC, buf[1]);
-  EXPECT_TRUE(j.textSizes.empty());
-}
-
-TEST_F(UndoMgr, TextGettersPassTheSizeAndLeaveNullOrEmptyBuffersAlone) {
-  CUndoMgr empty;
-  AddSet(mgr, 1);
-  AddSet(mgr, 1);
-  mgr.Undo();  // something to undo and to redo
-  wchar_t buf[4] = {0xCCCC, 0xCCCC};
-  for (CUndoMgr* m : {&mgr, &empty}) {
-    m->GetCurrentUndoText(nullptr, 10), m->GetCurrentRedoText(nullptr, 10);
-    m->GetCurrentUndoText(buf, 0), m->GetCurrentRedoText(buf, 0);
+  for (auto get : {&CUndoMgr::GetCurrentUndoText, &CUndoMgr::GetCurrentRedoText}) {
+    wmemset(buf, 0xCCCC, 12);
+    (mgr.*get)(buf, 10);
+    const int cleared = get == &CUndoMgr::GetCurrentUndoText ? 10 : 5;
+    for (int i = 0; i < 12; ++i) EXPECT_EQ(i < cleared ? 0 : 0xCCCC, buf[i]) << i;
   }
-  EXPECT_EQ(0xCCCC, buf[0]);
-  EXPECT_TRUE(j.textSizes.empty());
-  mgr.GetCurrentUndoText(buf, 4);
-  EXPECT_EQ(std::wstring(L"ato"), buf);
-  mgr.GetCurrentRedoText(buf, 1);
-  EXPECT_EQ(0, buf[0]);
-  EXPECT_EQ((std::vector<unsigned int>{4u, 1u}), j.textSizes);
+  Atom* first = new Atom(&j);
+  mgr.AddUndoNode(first);
+  EXPECT_TRUE(first == mgr.GetLastNode() && mgr.AtomInList(first));
+  mgr.NextUndoSet(), mgr.AddUndoNode(new Atom(&j)), mgr.AddUndoNode(new Atom(&j));
+  mgr.GetCurrentUndoText(buf, 0);  // the atom is never asked for no characters
+  const auto texts = [&] {
+    std::wstring both;
+    for (auto get : {&CUndoMgr::GetCurrentUndoText, &CUndoMgr::GetCurrentRedoText})
+      (mgr.*get)(buf, 12), both += buf + std::wstring(L"|");
+    return both;
+  };
+  EXPECT_EQ(L"atom 3||", texts());
+  mgr.Undo();
+  EXPECT_EQ(L"atom 1|atom 3|", texts());
+  mgr.Undo();
+  EXPECT_EQ(L"|atom 1|", texts());
+  mgr.GetCurrentRedoText(buf, 0);
 }
 
 }  // namespace
