@@ -4,11 +4,7 @@
 #include "tests/support/Fuzz.h"
 #include "tests/support/TestSupport.h"
 
-#include <windows.h>
-
 #include <atomic>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -18,13 +14,11 @@ std::wstring UniqueKey(const wchar_t* stem) {
   return stem + std::to_wstring(++counter);
 }
 
-// MyLoadString into a buffer of outChars + 1 units and a guard behind them.
+// MyLoadString into a buffer of outChars + 1 units with a guard behind.
 std::wstring Load(const std::wstring& key, const std::wstring& file = L"", bool escapes = false, int outChars = 512) {
   std::vector<wchar_t> out(static_cast<size_t>(outChars) + 9, 0xCCCC);
-  const int n = MyLoadString(const_cast<wchar_t*>(key.c_str()), out.data(), outChars,
-                             const_cast<wchar_t*>(file.c_str()), escapes);
-  EXPECT_TRUE(n >= 0 && n <= outChars && out[static_cast<size_t>(n)] == 0) << n;
-  EXPECT_EQ(0xCCCC, out[static_cast<size_t>(outChars) + 1]) << "written past out[outChars]";
+  const int n = MyLoadString(const_cast<wchar_t*>(key.c_str()), out.data(), outChars, const_cast<wchar_t*>(file.c_str()), escapes);
+  EXPECT_TRUE(n >= 0 && n <= outChars && !out[size_t(n)] && out[size_t(outChars) + 1] == 0xCCCC) << n << " of " << outChars;
   return out.data();
 }
 
@@ -37,13 +31,9 @@ void WriteLines(const std::wstring& path, const std::vector<std::string>& lines)
   ASSERT_TRUE(zortest::WriteBytes(path, bytes));
 }
 
-class StringFiles : public testing::Test {
-protected:
-  void SetUp() override {
-    SetStringFile(const_cast<wchar_t*>(main.c_str()));
-    SetBackupStringFile(const_cast<wchar_t*>(backup.c_str()));
-  }
-  void TearDown() override { SetStringFile(nullptr), SetBackupStringFile(nullptr); }
+struct StringFiles : testing::Test {
+  StringFiles() { SetStringFile(&main[0]), SetBackupStringFile(&backup[0]); }
+  ~StringFiles() override { SetStringFile(nullptr), SetBackupStringFile(nullptr); }
   zortest::TempDir dir;
   std::wstring main = dir / L"main.ini", backup = dir / L"backup.ini";
 };
@@ -52,27 +42,24 @@ protected:
 // or the key itself when found nowhere) and outlives later changes; only a
 // missing main file, where the backup is not tried either, caches nothing.
 TEST_F(StringFiles, CacheKeepsFirstAnswersButNotAMissingFile) {
-  const std::wstring found = UniqueKey(L"Found"), nowhere = UniqueKey(L"Nowhere"), inBackup = UniqueKey(L"Backup"),
-                     later = UniqueKey(L"Later");
-  WriteLines(backup, {A(later) + "=backup text"});
-  EXPECT_EQ(later, Load(later));
-  WriteLines(main, {"[Strings]", A(found) + "=first text", A(later) + "=arrived"});
-  WriteLines(backup, {A(inBackup) + "=from backup"});
-  const std::vector<std::wstring> keys = {found, nowhere, inBackup, later};
-  const std::vector<std::wstring> first = {L"fir", nowhere.substr(0, 3), L"fro", L"arr"};
+  const std::vector<std::wstring> keys = {UniqueKey(L"Found"), UniqueKey(L"Nowhere"), UniqueKey(L"Backup"), UniqueKey(L"Later")};
+  WriteLines(backup, {A(keys[3]) + "=backup text"});
+  EXPECT_EQ(keys[3], Load(keys[3]));
+  WriteLines(main, {"[Strings]", A(keys[0]) + "=first text", A(keys[3]) + "=arrived"});
+  WriteLines(backup, {A(keys[2]) + "=from backup"});
+  const std::vector<std::wstring> first = {L"fir", keys[1].substr(0, 3), L"fro", L"arr"};
   for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(first[i], Load(keys[i], L"", false, 3));
-  WriteLines(main, {A(found) + "=changed", A(nowhere) + "=now here"});
-  WriteLines(backup, {A(inBackup) + "=changed"});
+  WriteLines(main, {A(keys[0]) + "=changed", A(keys[1]) + "=now here"});
+  WriteLines(backup, {A(keys[2]) + "=changed"});
   for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(first[i], Load(keys[i]));
-  EXPECT_EQ(L"f", Load(found, L"", false, 1));
-  wchar_t out[8];
-  EXPECT_EQ(0, MyLoadString(nullptr, out, 5, nullptr, false) +
-                   MyLoadString(const_cast<wchar_t*>(found.c_str()), nullptr, 5, nullptr, false) +
-                   MyLoadString(const_cast<wchar_t*>(found.c_str()), out, 0, nullptr, false));
+  EXPECT_EQ(L"f", Load(keys[0], L"", false, 1));
+  wchar_t out[8], *key = const_cast<wchar_t*>(keys[0].c_str());
+  EXPECT_EQ(0, MyLoadString(nullptr, out, 5, nullptr, false) + MyLoadString(key, nullptr, 5, nullptr, false) +
+                   MyLoadString(key, out, 0, nullptr, false));
 }
 
 TEST_F(StringFiles, ExplicitFileBypassesCacheAndBackup) {
-  const std::wstring key = UniqueKey(L"Explicit"), onlyBackup = UniqueKey(L"ExplicitMiss"), other = dir / L"other.ini";
+  const std::wstring key = UniqueKey(L"Explicit"), onlyBackup = UniqueKey(L"Miss"), other = dir / L"other.ini";
   WriteLines(main, {A(key) + "=main text"});
   WriteLines(backup, {A(key) + "=backup text", A(onlyBackup) + "=backup text"});
   WriteLines(other, {A(key) + "=other text"});
@@ -80,8 +67,7 @@ TEST_F(StringFiles, ExplicitFileBypassesCacheAndBackup) {
   EXPECT_EQ(L"main text", Load(key)) << "nothing was cached by the explicit look-up";
   WriteLines(other, {A(key) + "=other changed"});
   EXPECT_EQ(L"other changed", Load(key, other)) << "nor is the cache asked";
-  EXPECT_EQ(onlyBackup, Load(onlyBackup, other)) << "never the backup";
-  EXPECT_EQ(onlyBackup, Load(onlyBackup, dir / L"nonexistent.ini"));
+  EXPECT_EQ(onlyBackup + L"|" + onlyBackup, Load(onlyBackup, other) + L"|" + Load(onlyBackup, dir / L"none.ini")) << "no backup";
   EXPECT_EQ(L"backup text", Load(onlyBackup, L"")) << "an empty name counts as none";
 }
 
@@ -93,7 +79,7 @@ TEST_F(StringFiles, LineRulesAndEscapes) {
                  "Two=Line one\\nLine two", "Both=a\\r\\nb", "Tab=a\\tb", "Lone=back\\slash"});
   const struct {
     const wchar_t *key, *expected;
-    bool escapes;
+    bool escapes = false;
   } cases[] = {
       {L"comment", L"comment"}, {L"[Section", L"[Section"}, {L"Indented", L"Indented"},
       {L"  Indented", L"never"},  // the leading blanks are part of the key
@@ -109,89 +95,71 @@ TEST_F(StringFiles, LineRulesAndEscapes) {
 
 TEST_F(StringFiles, ProfileReaderFormsReadSectionStringsAndWriteCrLf) {
   WriteLines(main, {"[Other]", "Greeting=wrong", "[Strings]", "Greeting=Line one\\nLine two\\tend"});
-  wchar_t out[128];
+  wchar_t out[128], none[2] = L"z";
   EXPECT_EQ(1, LoadLanguageString(L"Greeting", out, 128));
-  EXPECT_STREQ(L"Line one\\nLine two\\tend", out);
+  EXPECT_EQ(L"Line one\\nLine two\\tend", std::wstring(out));
   EXPECT_EQ(1, LoadLanguageStringFormatted(L"Greeting", out, 128));
-  EXPECT_STREQ(L"Line one\r\nLine two\tend", out);
+  EXPECT_EQ(L"Line one\r\nLine two\tend", std::wstring(out));
   EXPECT_EQ(1, LoadLanguageString(L"Absent", out, 128));
-  EXPECT_STREQ(L"Absent", out) << "the key is the default";
-  EXPECT_EQ(0, LoadLanguageStringFormatted(nullptr, out, 128) + LoadLanguageStringFormatted(L"Greeting", out, 0));
+  EXPECT_EQ(L"Absent", std::wstring(out)) << "the key is the default";
+  EXPECT_EQ(0, LoadLanguageStringFormatted(nullptr, out, 128) + LoadLanguageStringFormatted(L"Greeting", none, 0) +
+                   LoadLanguageString(L"Greeting", none, 0));
 }
 
-TEST_F(StringFiles, SettersRefusePathsThatDoNotFit) {
+TEST_F(StringFiles, SettersRefusePathsThatDoNotFitAndLookUpsRunInParallel) {
   SetLanguageFile((L"C:\\" + std::wstring(257, L'p')).c_str());  // 260 characters
   EXPECT_EQ(main, GetStringFile());
-  const std::wstring fits = L"C:\\" + std::wstring(256, L'p');
-  SetLanguageFile(fits.c_str());
-  EXPECT_EQ(fits, GetStringFile());
-}
-
-// Four threads, cold and then warm cache, every fifth look-up from a named file.
-TEST_F(StringFiles, ConcurrentLookUpsAreAllRight) {
-  const int kKeys = zortest::HeapChecked() ? 40 : 300;
   std::string text;
   std::vector<std::wstring> keys;
-  for (int i = 0; i < kKeys; ++i) keys.push_back(UniqueKey(L"Threaded")), text += A(keys.back()) + "=v" + std::to_string(i) + "\n";
+  for (int i = 0; i < 100; ++i) keys.push_back(UniqueKey(L"Threaded")), text += A(keys.back()) + "=v" + std::to_string(i) + "\n";
   ASSERT_TRUE(zortest::WriteBytes(main, text) && zortest::WriteBytes(backup, text));
   std::atomic<int> wrong{0};
   std::vector<HANDLE> threads;
-  for (int t = 0; t < 4; ++t) {
+  for (int t = 0; t < 4; ++t)  // cold, then warm cache; every fifth look-up from a named file
     threads.push_back(zortest::StartThread([&, t] {
-      for (int i = 0; i < 2 * kKeys; ++i) {
-        const int k = (i * 7 + t * 13) % kKeys;
-        if (L"v" + std::to_wstring(k) != Load(keys[static_cast<size_t>(k)], i % 5 ? L"" : backup, true, 63)) ++wrong;
+      for (int i = 0; i < 200; ++i) {
+        const int k = (i * 7 + t * 13) % 100;
+        wrong += L"v" + std::to_wstring(k) != Load(keys[size_t(k)], i % 5 ? L"" : backup, true, 63);
       }
     }));
-  }
   WaitForMultipleObjects(4, threads.data(), TRUE, INFINITE);
   for (HANDLE h : threads) CloseHandle(h);
   EXPECT_EQ(0, wrong.load());
 }
 
-// --- Languages.csv, next to the test program ---------------------------------------------
-
-class LanguageTable : public testing::Test {
-protected:
+struct LanguageTable : testing::Test {
   ~LanguageTable() override { had ? (void)zortest::WriteBytes(csv, saved) : (void)DeleteFileW(csv.c_str()); }
   void Write(const std::string& rows) { ASSERT_TRUE(zortest::WriteBytes(csv, "Language,Default,Strings,Utilities\r\n" + rows)); }
-  std::wstring Choose(const wchar_t* language, StringFileFields field, bool useDefault) {
+  std::wstring Choose(const wchar_t* language, StringFileFields field, bool useDefault = false) {
     wchar_t out[MAX_PATH + 8];
     wmemset(out, 0xCCCC, MAX_PATH + 8);
     if (!GetStringFileFromLanguage(const_cast<wchar_t*>(language), field, out, useDefault)) return L"<false>";
-    EXPECT_LT(wcsnlen(out, MAX_PATH + 8), static_cast<size_t>(MAX_PATH));
-    return std::wstring(out).substr(dir.size());
+    return wcsnlen(out, MAX_PATH + 8) < MAX_PATH ? std::wstring(out).substr(dir.size()) : L"<too long>";
   }
   const std::wstring dir = zortest::ExeDir() + L"\\", csv = dir + L"Languages.csv";
   const std::string saved = zortest::ReadBytes(csv);
   const bool had = GetFileAttributesW(csv.c_str()) != INVALID_FILE_ATTRIBUTES;
 };
 
-// The language's row, else the last "Y" row; a path that would not fit is
-// passed over, and with no "Y" row and no match the answer is false.
+// The language's row, else the last "Y" row; a path that would not fit
+// (260 characters or more) is passed over; no "Y" row and no match: false.
 TEST_F(LanguageTable, NamesAndTheLanguageThenTheLastDefaultRowChooseTheFile) {
-  Write("English,Y,en.ini,u-en.ini\r\nDeutsch,,de.ini,u-de.ini\r\nFrancais,Y,fr.ini,u-fr.ini\r\nLong,,long" +
-        std::string(300, 'n') + ".ini,u.ini\r\n");
+  const std::string exact(MAX_PATH - dir.size(), 'e');
+  Write("English,Y,en.ini,u-en.ini\r\nDeutsch,,de.ini,u-de.ini\r\nFrancais,Y,fr.ini,u-fr.ini\r\nExact,," + exact + ",u\r\n");
   wchar_t name[32];
   EXPECT_EQ(4, GetNumberOfLanguageStringFiles());
-  EXPECT_TRUE(GetLanguageName(1, name, 32));
-  EXPECT_STREQ(L"Deutsch", name);
-  EXPECT_TRUE(GetLanguageName(0, name, 4));
-  EXPECT_STREQ(L"Eng", name) << "cut to fit, terminated";
+  EXPECT_TRUE(GetLanguageName(1, name, 32) && name == std::wstring(L"Deutsch"));
+  EXPECT_TRUE(GetLanguageName(0, name, 4) && name == std::wstring(L"Eng")) << "cut to fit, terminated";
   EXPECT_FALSE(GetLanguageName(4, name, 32) || GetLanguageName(-1, name, 32) || GetLanguageName(0, nullptr, 32));
-  EXPECT_EQ(L"u-de.ini", Choose(L"deutsch", SFF_UtilityStrings, false));
-  EXPECT_EQ(L"fr.ini", Choose(L"Klingon", SFF_MainStrings, false));
-  EXPECT_EQ(L"fr.ini", Choose(L"Deutsch", SFF_MainStrings, true)) << "useDefault ignores the language";
-  EXPECT_EQ(L"fr.ini", Choose(L"Long", SFF_MainStrings, false));
-  EXPECT_EQ(L"<false>", Choose(L"Deutsch", SFF_HelpFile, false)) << "a column the rows lack";
-  Write("English,,en.ini,u\r\nDeutsch,N,de.ini,u\r\nLong,Y,long" + std::string(300, 'n') + ".ini,u\r\n");
-  EXPECT_EQ(3, GetNumberOfLanguageStringFiles());
-  for (bool useDefault : {false, true}) EXPECT_EQ(L"<false>", Choose(L"Klingon", SFF_MainStrings, useDefault));
-  EXPECT_EQ(L"<false>", Choose(nullptr, SFF_MainStrings, false));
+  EXPECT_EQ((std::vector<std::wstring>{L"u-de.ini", L"fr.ini", L"fr.ini", L"fr.ini", L"<false>"}),
+            (std::vector<std::wstring>{Choose(L"deutsch", SFF_UtilityStrings), Choose(L"Klingon", SFF_MainStrings),
+                                       Choose(L"Deutsch", SFF_MainStrings, true), Choose(L"Exact", SFF_MainStrings),
+                                       Choose(L"Deutsch", SFF_HelpFile)}));
+  Write("English,,en.ini,u\r\nDeutsch,N,de.ini,u\r\nExact,Y," + exact + ",u\r\n");
+  EXPECT_EQ(L"<false>|<false>|<false>", Choose(L"Klingon", SFF_MainStrings) + L"|" +
+                                                    Choose(L"Klingon", SFF_MainStrings, true) + L"|" + Choose(nullptr, SFF_MainStrings));
   DeleteFileW(csv.c_str());
-  EXPECT_EQ(0, GetNumberOfLanguageStringFiles());
-  EXPECT_FALSE(GetLanguageName(0, name, 32));
-  EXPECT_EQ(L"<false>", Choose(L"English", SFF_MainStrings, false));
+  EXPECT_TRUE(GetNumberOfLanguageStringFiles() == 0 && !GetLanguageName(0, name, 32) && Choose(L"English", SFF_MainStrings) == L"<false>");
 }
 
 // Mutated string files and language tables, read through the calls that
@@ -211,15 +179,13 @@ TEST_F(LanguageTable, FuzzedFilesGiveBoundedRepeatableAnswers) {
         for (int outChars : {1, 300}) answer += Load(key, strings, key[0] == L'T', outChars) + L"|";
         wchar_t name[8] = {0};
         answer += GetLanguageName(key[0] == L'K' ? 0 : 1, name, 8) && wcsnlen(name, 8) < 8 ? name : L"-";
-        answer += Choose(key, SFF_UtilityStrings, false) + L"|";
+        answer += Choose(key, SFF_UtilityStrings) + L"|";
       }
       answer += std::to_wstring(GetNumberOfLanguageStringFiles());
     }
     ASSERT_EQ(answers[0], answers[1]);
   });
 }
-
-// --- The command line, as a child process sees it -----------------------------------------
 
 // Runs as a child only: writes parameters 0 to 7 of its command line, one a line.
 TEST(CommandLineChild, WriteParameters) {
@@ -230,34 +196,34 @@ TEST(CommandLineChild, WriteParameters) {
   zortest::WriteBytes(outPath, zortest::Utf16Bytes(all, false));
 }
 
-// Quotes group; an unquoted path with blanks stays whole when it names
-// something on disk, else it is split at its blanks.
+// Quotes group; an unquoted run with blanks stays whole when it names
+// something on disk (from a drive root only), else it is split at them.
 TEST(CommandLine, QuotesGroupAndExistingPathsWithBlanksStayWhole) {
   zortest::TempDir dir;
   const std::wstring spaced = dir / L"my  music file.mp3", out = dir / L"params.txt";
-  ASSERT_TRUE(zortest::WriteBytes(spaced, "x"));
+  ASSERT_TRUE(zortest::WriteBytes(spaced, "x") && zortest::WriteBytes(dir / L"ab c", "x"));
   wchar_t exe[MAX_PATH];
   GetModuleFileNameW(nullptr, exe, MAX_PATH);
-  std::wstring line = L"\"" + std::wstring(exe) + L"\" --gtest_filter=CommandLineChild.* \"quoted arg\" " + spaced +
-                      L" plain " + dir.path() + L"\\not there.txt";
+  std::wstring line = L"\"" + std::wstring(exe) + L"\" --gtest_filter=CommandLineChild.* \"quoted arg\" " + spaced + L" ab c " +
+                      dir.path() + L"\\not there.txt";
   SetEnvironmentVariableW(L"ZOR_CMDLINE_OUT", out.c_str());
-  STARTUPINFOW si{sizeof si};
-  PROCESS_INFORMATION pi{};
-  ASSERT_TRUE(CreateProcessW(exe, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi));
+  STARTUPINFOW si = {};
+  PROCESS_INFORMATION pi = {};
+  si.cb = sizeof si;
+  ASSERT_TRUE(CreateProcessW(exe, &line[0], nullptr, nullptr, FALSE, 0, nullptr, dir.path().c_str(), &si, &pi));
   SetEnvironmentVariableW(L"ZOR_CMDLINE_OUT", nullptr);
   WaitForSingleObject(pi.hProcess, 60000);
   CloseHandle(pi.hProcess), CloseHandle(pi.hThread);
   const std::string bytes = zortest::ReadBytes(out);
-  EXPECT_EQ(std::wstring(exe) + L"\n--gtest_filter=CommandLineChild.*\nquoted arg\n" + spaced + L"\nplain\n" +
-                dir.path() + L"\\not\nthere.txt\n\n",
+  EXPECT_EQ(std::wstring(exe) + L"\n--gtest_filter=CommandLineChild.*\nquoted arg\n" + spaced + L"\nab\nc\n" + dir.path() +
+                L"\\not\nthere.txt\n",
             std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2));
   wchar_t small[8] = {0, 0, 0, 0, 0xCCCC, L'z'};
   GetCommandLineParameter(0, small, 4);  // the program path, cut to 3 characters
-  GetCommandLineParameter(0, small + 5, 0);
-  GetCommandLineParameter(0, nullptr, 8);
+  GetCommandLineParameter(0, small + 5, 0), GetCommandLineParameter(0, nullptr, 8);
   EXPECT_EQ(std::wstring(exe).substr(0, 3) + L'\0' + L'\xCCCC' + L'z', std::wstring(small, 6));
   GetCommandLineParameter(-1, small, 8);
-  EXPECT_STREQ(L"", small);
+  EXPECT_EQ(L"", std::wstring(small));
 }
 
 TEST(UtilitiesFile, IsSetAtLoadToTheProgramsFolder) {

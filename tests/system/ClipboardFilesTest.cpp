@@ -1,5 +1,5 @@
-// File names on the real clipboard, placed there by the test as the shell
-// would (CF_HDROP).
+// File names on the real clipboard, placed there as the shell would (CF_HDROP)
+// from a hidden window of the test's own.
 #include "tests/system/SystemTestSupport.h"
 
 #include <zorutils/system/ClipboardFiles.h>
@@ -10,94 +10,34 @@
 
 using namespace systest;
 
-namespace {
-
-// Owns the clipboard through a hidden window of its own while it lives.
-class ClipboardOwner {
-public:
-  ClipboardOwner()
-      : m_wnd(CreateWindowExW(0, L"STATIC", L"zortest", 0, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr)) {}
-  ~ClipboardOwner() {
-    if (m_wnd && OpenClipboard(m_wnd)) EmptyClipboard(), CloseClipboard();
-    if (m_wnd) DestroyWindow(m_wnd);
-  }
-  // Puts the names on the clipboard as a wide CF_HDROP list.
-  bool PutFiles(const std::vector<std::wstring>& names) {
-    std::wstring list;
-    for (const auto& n : names) list += n + L'\0';
-    list += L'\0';
-    std::string bytes(sizeof(DROPFILES), '\0');
-    auto* drop = reinterpret_cast<DROPFILES*>(&bytes[0]);
-    drop->pFiles = sizeof(DROPFILES);
-    drop->fWide = TRUE;
-    bytes.append(reinterpret_cast<const char*>(list.data()), list.size() * sizeof(wchar_t));
-    return Put(CF_HDROP, bytes);
-  }
-  bool PutText(const std::wstring& text) {
-    return Put(CF_UNICODETEXT, std::string(reinterpret_cast<const char*>(text.c_str()), (text.size() + 1) * 2));
-  }
-  HWND wnd() const { return m_wnd; }
-
-private:
-  bool Put(UINT format, const std::string& bytes) {
+TEST(ClipboardFiles, ReadsEachDroppedNameCutToTheBufferAndNothingElse) {
+  HWND wnd = CreateWindowExW(0, L"STATIC", L"zortest", 0, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+  const auto put = [wnd](UINT format, const std::string& bytes) {
     HGLOBAL mem = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
-    if (!mem) return false;
     std::memcpy(GlobalLock(mem), bytes.data(), bytes.size());
     GlobalUnlock(mem);
-    bool ok = m_wnd && OpenClipboard(m_wnd);
-    if (ok) {
-      EmptyClipboard();
-      ok = SetClipboardData(format, mem) != nullptr;
-      CloseClipboard();
-    }
-    if (!ok) GlobalFree(mem);
-    return ok;
-  }
-  HWND m_wnd;
-};
-
-}  // namespace
-
-TEST(ClipboardFiles, ReadsEachDroppedNameCutToTheBuffer) {
-  ClipboardOwner owner;
-  ASSERT_TRUE(owner.wnd());
-  const std::vector<std::wstring> names = {L"C:\\music\\one.mp3", L"C:\\music\\two \x00e9.wav", L"D:\\x"};
-  ASSERT_TRUE(owner.PutFiles(names));
+    const bool ok = OpenClipboard(wnd) && EmptyClipboard() && SetClipboardData(format, mem);
+    return CloseClipboard() && ok;
+  };
+  const std::vector<std::wstring> names = {L"C:\\music\\one.mp3", L"C:\\music\\two \x00e9.wav", L"D:\\x", L""};
+  DROPFILES head = {sizeof head, {0, 0}, FALSE, TRUE};
+  std::string drop(reinterpret_cast<const char*>(&head), sizeof head);
+  for (const auto& n : names) drop.append(reinterpret_cast<const char*>(n.c_str()), (n.size() + 1) * 2);
+  ASSERT_TRUE(put(CF_HDROP, drop));
   EXPECT_EQ(3, NumFileNamesOnClipboard());
-  wchar_t buf[MAX_PATH];
-  for (int i = 0; i < 3; ++i) {
-    GetFileNameFromClipboardW(i, buf, MAX_PATH);
-    EXPECT_EQ(names[static_cast<size_t>(i)], std::wstring(buf));
+  for (int i = -1; i < 4; ++i) {  // the fourth and a negative index: empty
+    for (size_t cap : {1, 2, 5, 16, 17, MAX_PATH}) {
+      const std::wstring name = names[i < 0 ? 3 : static_cast<size_t>(i)].substr(0, cap - 1);
+      EXPECT_EQ(name, Filled(cap, [i](wchar_t* b, int n) { GetFileNameFromClipboardW(i, b, n); })) << i << " " << cap;
+      EXPECT_EQ(Narrow(name), Filled<char>(cap, [i](char* b, int n) { GetFileNameFromClipboardA(i, b, n); })) << i << " " << cap;
+    }
   }
-  for (int cap : {1, 2, 5, 16, 17, MAX_PATH}) {
-    Guarded<> w(static_cast<size_t>(cap));
-    GetFileNameFromClipboardW(0, w.get(), w.cap());
-    EXPECT_EQ(Cut(names[0], cap), std::wstring(w.get()));
-    EXPECT_TRUE(w.GuardIntact()) << cap;
-    Guarded<char> a(static_cast<size_t>(cap));
-    GetFileNameFromClipboardA(0, a.get(), a.cap());
-    EXPECT_EQ(Cut(Narrow(names[0]), cap), std::string(a.get()));
-    EXPECT_TRUE(a.GuardIntact()) << cap;
-  }
-}
-
-TEST(ClipboardFiles, OutOfRangeOrNoFilesGivesEmpty) {
-  ClipboardOwner owner;
-  ASSERT_TRUE(owner.PutFiles({L"C:\\a.txt"}));
-  wchar_t buf[MAX_PATH];
-  for (int index : {1, -1}) {
-    wcscpy(buf, L"junk");
-    GetFileNameFromClipboardW(index, buf, MAX_PATH);
-    EXPECT_EQ(L"", std::wstring(buf)) << index;
-  }
-  ASSERT_TRUE(owner.PutText(L"just text"));
+  ASSERT_TRUE(put(CF_UNICODETEXT, std::string("t\0\0\0", 4)));
   EXPECT_EQ(0, NumFileNamesOnClipboard());
-  wcscpy(buf, L"junk");
-  GetFileNameFromClipboardW(0, buf, MAX_PATH);
-  EXPECT_EQ(L"", std::wstring(buf));
-  // Nothing happens for bad buffers.
-  wchar_t keep[2] = L"k";
-  GetFileNameFromClipboardW(0, keep, 0);
-  EXPECT_EQ(L'k', keep[0]);
-  GetFileNameFromClipboardW(0, nullptr, 10);
+  EXPECT_EQ(L"", Filled(8, [](wchar_t* b, int n) { GetFileNameFromClipboardW(0, b, n); }));
+  EXPECT_EQ(L"<unterminated>", Filled(1, [](wchar_t* b, int) {  // nothing happens for bad buffers
+              GetFileNameFromClipboardW(0, b, 0), GetFileNameFromClipboardW(0, nullptr, 10);
+            }));
+  if (OpenClipboard(wnd)) EmptyClipboard(), CloseClipboard();
+  DestroyWindow(wnd);
 }

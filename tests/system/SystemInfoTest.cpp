@@ -1,208 +1,84 @@
-// Processor speed, the system's version, native Unicode and themes. The
-// version is asked of real Wine processes told to report other systems; the
-// 95 family, which Wine no longer reports, is fed to the decoder through the
-// test seam.
+// Processor speed, the system's version, native Unicode and themes. Version
+// records of both families, which Wine no longer reports, are fed to the
+// decoder through the test seam.
 #include "tests/system/SystemTestSupport.h"
 
 #include <zorutils/internal/TestSeams.h>
 #include <zorutils/system/SystemInfo.h>
 
-#include <cstdio>
-
 using namespace systest;
 
 namespace {
-
-const wchar_t kChildOut[] = L"ZORTEST_VERSION_OUT";
-const wchar_t kEffectsKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\VisualEffects";
-
-// When started as a child by RunWithVersion, this program answers the
-// version questions into the named file and ends before any test runs.
-struct VersionChild {
-  VersionChild() {
-    wchar_t out[MAX_PATH], text[512] = {0}, line[700];
-    DWORD n = GetEnvironmentVariableW(kChildOut, out, MAX_PATH);
-    if (n == 0 || n >= MAX_PATH) return;
-    int code = GetWindowsSystemVersion(text);
-    _snwprintf(line, 700, L"%d|%d|%d|%s", code, OSIsNativeUnicode() ? 1 : 0, SystemUsesXPThemes() ? 1 : 0, text);
-    line[699] = 0;
-    zortest::WriteBytes(out, zortest::Utf16Bytes(line, false));
-    ExitProcess(0);
-  }
-} g_versionChild;
-
-struct Answer {
-  bool ran = false;
-  int code = -1, native = 0, themes = 0;
-  std::wstring text;
-};
-
-// Runs this program again with Wine set to report `version`.
-Answer RunWithVersion(const wchar_t* version) {
-  Answer answer;
-  TempDir dir;
-  std::wstring out = dir / L"answer.txt";
-  SavedRegValue saved(HKEY_CURRENT_USER, L"Software\\Wine", L"Version");
-  saved.Set(version);
-  SetEnvironmentVariableW(kChildOut, out.c_str());
-  wchar_t exe[MAX_PATH];
-  GetModuleFileNameW(nullptr, exe, MAX_PATH);
-  std::wstring cmd = L"\"" + std::wstring(exe) + L"\" --gtest_filter=-*";
-  STARTUPINFOW si = {};
-  si.cb = sizeof si;
-  PROCESS_INFORMATION pi = {};
-  BOOL started = CreateProcessW(exe, &cmd[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi);
-  SetEnvironmentVariableW(kChildOut, nullptr);
-  if (started) {
-    WaitForSingleObject(pi.hProcess, 120000);
-    CloseHandle(pi.hThread);
-    CloseHandle(pi.hProcess);
-  }
-  saved.Restore();
-  std::string bytes = zortest::ReadBytes(out);
-  std::wstring line(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2);
-  answer.ran = swscanf(line.c_str(), L"%d|%d|%d|", &answer.code, &answer.native, &answer.themes) == 3;
-  if (answer.ran) answer.text = line.substr(line.find(L'|', line.find(L'|', line.find(L'|') + 1) + 1) + 1);
-  return answer;
-}
-
-std::wstring ProductKind() {
-  wchar_t type[64] = {0};
-  DWORD bytes = sizeof type;
-  RegGetValueW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\ProductOptions", L"ProductType",
-               RRF_RT_REG_SZ, nullptr, type, &bytes);
-  if (_wcsicmp(type, L"WINNT") == 0) return L"Professional ";
-  if (_wcsicmp(type, L"LANMANNT") == 0) return L"Server ";
-  if (_wcsicmp(type, L"SERVERNT") == 0) return L"Advanced Server ";
-  return L"";
-}
-
-bool EndsWithBuildLine(const std::wstring& t) {
-  return t.rfind(L" (Build ") != std::wstring::npos && t.back() == L'\n' && t[t.size() - 2] == L')';
-}
-
-// Feeds one record to the decoder for the life of the object.
+// Feeds one record to the decoder for the life of the object; platform 0
+// stands for a system on which both version queries fail.
 struct FedRecord {
-  explicit FedRecord(const OSVERSIONINFOEXW& r) { ZorTest_UseVersionRecord(&r); }
-  FedRecord(DWORD platform, DWORD major, DWORD minor, DWORD build, const wchar_t* csd) {
-    OSVERSIONINFOEXW r = {};
-    r.dwOSVersionInfoSize = sizeof r;
-    r.dwPlatformId = platform, r.dwMajorVersion = major, r.dwMinorVersion = minor, r.dwBuildNumber = build;
-    wcsncpy(r.szCSDVersion, csd, 127);
+  FedRecord(DWORD platform, DWORD major, DWORD minor, DWORD build, const std::wstring& csd) {
+    OSVERSIONINFOEXW r = {platform ? DWORD(sizeof r) : 0, major, minor, build, platform};
+    wcsncpy(r.szCSDVersion, csd.c_str(), 128);  // 128 units: a text without its terminator too
     ZorTest_UseVersionRecord(&r);
   }
   ~FedRecord() { ZorTest_UseVersionRecord(nullptr); }
 };
-
-int Decode(std::wstring* text) {
-  wchar_t buf[512] = {0};
-  int code = GetWindowsSystemVersion(buf);
-  *text = buf;
-  EXPECT_EQ(code, GetWindowsSystemVersion(nullptr)) << "the code does not depend on the text buffer";
-  return code;
-}
-
 }  // namespace
 
-TEST(SystemVersion, RealProcessesReportTheConfiguredSystem) {
-  struct Case {
-    const wchar_t* wine;
-    int code;
-    std::wstring prefix;  // for win10 (code 8): the product kind, no "Microsoft"
-    bool themes;
-  } cases[] = {
-      {L"winxp", 7, L"Microsoft Windows XP ", true},  {L"win2k", 6, L"Microsoft Windows 2000 ", false},
-      {L"vista", 9, L"Microsoft Vista ", true},      {L"win7", 10, L"Microsoft Windows 7 ", true},
-      {L"nt40", 5, L"Microsoft Windows NT version 4.0 ", false}, {L"win10", 8, ProductKind(), true},
-  };
-  // The themes answer depends on the user's setting: run with it absent.
-  SavedRegValue fx(HKEY_CURRENT_USER, kEffectsKey, L"VisualFXSetting");
-  fx.Delete();
-  for (const Case& c : cases) {
-    SCOPED_TRACE(zortest::Escape(c.wine));
-    Answer a = RunWithVersion(c.wine);
-    ASSERT_TRUE(a.ran) << "the child gave no answer";
-    if (c.code == 5 && a.code != 5) {
-      // Some Wine builds refuse NT 4 for 64-bit programs and keep their default.
-      std::printf("[ INFO ] Wine did not report NT 4 (code %d); not checked\n", a.code);
-      continue;
-    }
-    EXPECT_EQ(c.code, a.code);
-    EXPECT_EQ(0u, a.text.find(c.prefix)) << zortest::Escape(a.text);
-    EXPECT_TRUE(c.code != 8 || a.text.find(L"Microsoft") == std::wstring::npos) << zortest::Escape(a.text);
-    EXPECT_TRUE(EndsWithBuildLine(a.text)) << zortest::Escape(a.text);
-    EXPECT_TRUE(a.native) << "the NT family, code 8 included";
-    EXPECT_EQ(c.themes, a.themes != 0) << "code 8 counts as XP or later";
-  }
-}
-
-TEST(SystemVersion, DecodesFedRecordsOfBothFamiliesAndUnknownPlatforms) {
+TEST(SystemVersion, DecodesRecordsOfBothFamiliesAndUnknownPlatforms) {
   const DWORD k9x = VER_PLATFORM_WIN32_WINDOWS, kNT = VER_PLATFORM_WIN32_NT;
-  const wchar_t* kAny = L"*";  // text not checked
-  struct Case {
+  wchar_t type[64] = {0};  // the product kind names an NT system the decoder does not know
+  DWORD bytes = sizeof type;
+  RegGetValueW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\ProductOptions", L"ProductType", RRF_RT_REG_SZ,
+               nullptr, type, &bytes);
+  const std::wstring kind = !_wcsicmp(type, L"WINNT") ? L"Professional " : !_wcsicmp(type, L"LANMANNT") ? L"Server "
+                            : !_wcsicmp(type, L"SERVERNT") ? L"Advanced Server " : L"";
+  const struct {
     DWORD platform, major, minor, build;
-    const wchar_t* csd;
+    std::wstring csd;
     int code;
     std::wstring text;
   } cases[] = {
-      {k9x, 4, 0, 950, L" A", 0, L"Microsoft Windows 95 "},
-      {k9x, 4, 0, 1111, L" B", 1, L"Microsoft Windows 95 OSR2 "},
-      {k9x, 4, 0, 1111, L" C", 1, L"Microsoft Windows 95 OSR2 "},
-      {k9x, 4, 10, 1998, L"", 2, L"Microsoft Windows 98 "},
-      {k9x, 4, 10, 2222, L" A ", 3, L"Microsoft Windows 98 SE "},
-      {k9x, 4, 90, 3000, L" ", 4, L"Microsoft Windows Millennium Edition "},
-      {k9x, 4, 1, 1, L"", 8, L""},
-      {k9x, 4, 11, 1, L"", 8, L""},
-      {k9x, 4, 91, 1, L"", 8, L""},
-      {k9x, 5, 0, 1, L"", 8, kAny},
-      {kNT, 3, 51, 1057, L"Service Pack 5", 5, L"Microsoft Windows NT version 3.51 Service Pack 5 (Build 1057)\n"},
-      {kNT, 5, 1, 2600, L"Service Pack 3", 7, L"Microsoft Windows XP Service Pack 3 (Build 2600)\n"},
-      {kNT, 5, 2, 3790, L"Service Pack 2", 8, ProductKind() + L"Service Pack 2 (Build 3790)\n"},
-      {3, 5, 1, 1, L"", 8, L""},  // not a platform the decoder knows
+      {k9x, 4, 0, 950, L" A", 0, L"Microsoft Windows 95 "}, {k9x, 4, 0, 1111, L" B", 1, L"Microsoft Windows 95 OSR2 "},
+      {k9x, 4, 0, 1111, L" C", 1, L"Microsoft Windows 95 OSR2 "}, {k9x, 4, 10, 1998, L"", 2, L"Microsoft Windows 98 "},
+      {k9x, 4, 10, 2222, L" A ", 3, L"Microsoft Windows 98 SE "}, {k9x, 4, 90, 3000, L" ", 4, L"Microsoft Windows Millennium Edition "},
+      {k9x, 4, 1, 1, L"", 8, L""}, {k9x, 4, 91, 1, L"", 8, L""}, {k9x, 5, 0, 1, L"", 8, L""},
+      {kNT, 3, 51, 1057, L"SP5", 5, L"Microsoft Windows NT version 3.51 SP5 (Build 1057)\n"},
+      {kNT, 4, 0, 1381, L"SP6", 5, L"Microsoft Windows NT version 4.0 SP6 (Build 1381)\n"},
+      {kNT, 5, 0, 2195, L"", 6, L"Microsoft Windows 2000  (Build 2195)\n"},
+      {kNT, 5, 1, 2600, L"SP3", 7, L"Microsoft Windows XP SP3 (Build 2600)\n"},
+      {kNT, 5, 2, 3790, L"SP2", 8, kind + L"SP2 (Build 3790)\n"}, {kNT, 6, 0, 6002, L"", 9, L"Microsoft Vista  (Build 6002)\n"},
+      {kNT, 6, 1, 7601, std::wstring(128, L'S'), 10, L"Microsoft Windows 7 " + std::wstring(127, L'S') + L" (Build 7601)\n"},
+      {3, 5, 1, 1, L"", 8, L""}, {0, 0, 0, 0, L"", 8, L""},  // a platform it does not know; no record at all
   };
-  std::wstring text;
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.platform << " " << c.major << "." << c.minor << "." << c.build);
-    FedRecord r(c.platform, c.major, c.minor, c.build, c.csd);
-    EXPECT_EQ(c.code, Decode(&text));
-    EXPECT_EQ(c.text == kAny ? text : c.text, text);
-    EXPECT_EQ(c.code > 4, OSIsNativeUnicode()) << "the unknown code 8 counts as native";
-    EXPECT_TRUE(c.code >= 7 || !SystemUsesXPThemes()) << "no themes before XP";
+    FedRecord fed(c.platform, c.major, c.minor, c.build, c.csd);
+    wchar_t text[512] = {0};
+    EXPECT_EQ(Ints({c.code, c.code, c.code > 4}), Ints({GetWindowsSystemVersion(text), GetWindowsSystemVersion(nullptr),
+                                                        OSIsNativeUnicode()})) << "native: the unknown code 8 too";
+    EXPECT_EQ(c.text, std::wstring(text));
   }
-  // A service-pack text without its terminator is read only up to its end.
-  OSVERSIONINFOEXW r = {};
-  r.dwOSVersionInfoSize = sizeof r;
-  r.dwPlatformId = kNT, r.dwMajorVersion = 6, r.dwMinorVersion = 1, r.dwBuildNumber = 7601;
-  for (auto& c : r.szCSDVersion) c = L'S';
-  {
-    FedRecord fed(r);
-    EXPECT_EQ(10, Decode(&text));
-    EXPECT_EQ(L"Microsoft Windows 7 " + std::wstring(127, L'S') + L" (Build 7601)\n", text);
-  }
-  FedRecord failing(OSVERSIONINFOEXW{});  // both version queries fail
-  EXPECT_EQ(8, Decode(&text));
-  EXPECT_EQ(L"", text);
 }
 
+// Themes from XP on (code 8 counts as later), unless the visual effects are
+// set to best performance (2); a missing value counts as themed.
 TEST(SystemVersion, ThemesFollowTheVisualEffectsSetting) {
-  SavedRegValue fx(HKEY_CURRENT_USER, kEffectsKey, L"VisualFXSetting");
-  {
-    FedRecord xp(VER_PLATFORM_WIN32_NT, 5, 1, 2600, L"");
-    for (DWORD setting : {2u, 1u, 0u}) {
-      fx.SetNumber(setting);
-      EXPECT_EQ(setting != 2, SystemUsesXPThemes()) << setting << ": 2 is best performance, no themes";
-    }
-    fx.Delete();
-    EXPECT_TRUE(SystemUsesXPThemes()) << "a missing value counts as themed";
+  const wchar_t *key = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\VisualEffects", *name = L"VisualFXSetting";
+  DWORD saved = 0, bytes = sizeof saved;
+  const bool had = !RegGetValueW(HKEY_CURRENT_USER, key, name, RRF_RT_REG_DWORD, nullptr, &saved, &bytes);
+  const DWORD cases[][4] = {{5, 1, 2, 0}, {5, 1, 1, 1}, {5, 1, 0, 1}, {5, 1, 9, 1}, {5, 2, 1, 1}, {5, 0, 1, 0}};
+  for (const auto& c : cases) {  // major, minor, setting (9: none), themed
+    FedRecord fed(VER_PLATFORM_WIN32_NT, c[0], c[1], 1, L"");
+    c[2] == 9 ? RegDeleteKeyValueW(HKEY_CURRENT_USER, key, name) : RegSetKeyValueW(HKEY_CURRENT_USER, key, name, REG_DWORD, &c[2], 4);
+    EXPECT_EQ(c[3] != 0, SystemUsesXPThemes()) << c[0] << "." << c[1] << " setting " << c[2];
   }
-  FedRecord w2k(VER_PLATFORM_WIN32_NT, 5, 0, 2195, L"");
-  fx.SetNumber(1);
-  EXPECT_FALSE(SystemUsesXPThemes()) << "before XP there are no themes";
+  had ? RegSetKeyValueW(HKEY_CURRENT_USER, key, name, REG_DWORD, &saved, 4) : RegDeleteKeyValueW(HKEY_CURRENT_USER, key, name);
 }
 
-TEST(CPUSpeed, MatchesTheProcessorsRegistryValue) {
+TEST(SystemVersion, RealSystemAndProcessorSpeedAreReadFromTheSystem) {
+  OSVERSIONINFOW info = {sizeof info};
+  ASSERT_TRUE(GetVersionExW(&info));
+  const DWORD v = info.dwMajorVersion * 100 + info.dwMinorVersion;
+  EXPECT_EQ(v < 500 ? 5 : v == 500 ? 6 : v == 501 ? 7 : v == 600 ? 9 : v == 601 ? 10 : 8, GetWindowsSystemVersion(nullptr)) << v;
   DWORD mhz = 0, bytes = sizeof mhz;
-  LONG rc = RegGetValueW(HKEY_LOCAL_MACHINE, L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0", L"~MHz",
-                         RRF_RT_REG_DWORD, nullptr, &mhz, &bytes);
+  const LONG rc = RegGetValueW(HKEY_LOCAL_MACHINE, L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0", L"~MHz",
+                               RRF_RT_REG_DWORD, nullptr, &mhz, &bytes);
   EXPECT_EQ(rc == ERROR_SUCCESS ? mhz : 0ul, CPUSpeed());
 }
