@@ -18,17 +18,16 @@ using Ints = std::vector<int>;
 
 /// HKEY_CURRENT_USER\Software\zortest-system\<name>, deleted before and after.
 struct TestRegKey {
-  explicit TestRegKey(const std::wstring& name) : key(L"Software\\zortest-system\\" + name) { Delete(); }
+  explicit TestRegKey(const std::wstring& name) : key(L"Software\\zortest-system\\" + name) { RegDeleteTreeW(HKEY_CURRENT_USER, path()); }
   ~TestRegKey() { RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\zortest-system"); }
   const wchar_t* path() const { return key.c_str(); }
-  void Delete() const { RegDeleteTreeW(HKEY_CURRENT_USER, path()); }
   /// The string value `name`, or "<missing>" (also when the key is missing).
   std::wstring Read(const std::wstring& name) const {
     wchar_t buf[1024];
     DWORD bytes = sizeof buf;
     return RegGetValueW(HKEY_CURRENT_USER, path(), name.c_str(), RRF_RT_REG_SZ, nullptr, buf, &bytes) ? L"<missing>" : buf;
   }
-  /// Stores `value` as REG_SZ of `bytes` (default: with its terminator).
+  /// `bytes` 0: the value with its terminator.
   void Write(const std::wstring& name, const std::wstring& value, DWORD bytes = 0) const {
     RegSetKeyValueW(HKEY_CURRENT_USER, path(), name.c_str(), REG_SZ, value.c_str(), bytes ? bytes : DWORD(value.size() * 2 + 2));
   }
@@ -49,13 +48,13 @@ std::basic_string<C> Filled(size_t capacity, F fill) {
   return end == data.end() - 8 ? mark("<unterminated>") : std::basic_string<C>(data.begin() + 8, end);
 }
 
-/// `n` characters of a path-like text: `start` then folder names of 'a'.
+/// `n` characters of a path-like text: `s` then folder names of 'a'.
 inline std::wstring LongPath(size_t n, std::wstring s = L"C:\\") {
   while (s.size() < n) s += (s.size() % 20 == 19) ? L'\\' : L'a';
   return s.substr(0, n);
 }
 
-/// Lower-cases ASCII letters, for paths that Wine may spell with another case.
+/// ASCII letters lower-cased, for paths that Wine may spell with another case.
 inline std::wstring Lower(std::wstring s) {
   for (auto& c : s) c = (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c;
   return s;
