@@ -386,11 +386,9 @@ void CMRUList::LoadList() {
   for (int n = 1; n <= kMaxMRU; ++n) {
     wchar_t name[16];
     MRUValueName(name, 16, n);
-    // One unit more than an entry may have, so that a longer value shows as
-    // such and is dropped rather than cut into another path.
-    wchar_t value[kMRUValueChars + 1] = {0};
-    if (!GetRegistryString(m_rootKey, m_subKey, name, value, kMRUValueChars + 1) || !value[0]) break;
-    if (wcslen(value) < static_cast<size_t>(kMRUValueChars) && DoesFileExist(value)) {
+    wchar_t value[kMRUValueChars] = {0};
+    if (!GetRegistryString(m_rootKey, m_subKey, name, value, kMRUValueChars) || !value[0]) break;
+    if (DoesFileExist(value)) {
       wchar_t* copy = nullptr;
       CopyStringW(&copy, value);
       if (copy && !m_files.Add(copy)) std::free(copy);
