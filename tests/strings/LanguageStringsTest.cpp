@@ -3,6 +3,8 @@
 #include "tests/support/Fuzz.h"
 #include "tests/support/TestSupport.h"
 
+#include <atomic>
+
 namespace {
 
 // The cache lives as long as the library: every test uses keys of its own.
@@ -62,6 +64,33 @@ TEST_F(StringFiles, ExplicitFileBypassesCacheAndBackup) {
   EXPECT_EQ(L"other changed", Load(key, other)) << "nor is the cache asked";
   EXPECT_EQ(onlyBackup + L"|" + onlyBackup, Load(onlyBackup, other) + L"|" + Load(onlyBackup, dir / L"none.ini")) << "no backup";
   EXPECT_EQ(L"backup text", Load(onlyBackup, L"")) << "an empty name counts as none";
+}
+
+// One critical section serialises every look-up: threads filling the cache
+// while others read files by name all get their own answers.
+TEST_F(StringFiles, ConcurrentLookUpsEachGetTheirOwnAnswer) {
+  const int keyCount = 300;
+  std::vector<std::wstring> keys;
+  std::string text;
+  for (int i = 0; i < keyCount; ++i)
+    keys.push_back(UniqueKey(L"Threaded")), text += A(keys.back()) + "=value " + std::to_string(i) + "\r\n";
+  const std::wstring named = dir / L"named.ini";
+  ASSERT_TRUE(zortest::WriteBytes(main, text) && zortest::WriteBytes(named, text));
+  std::atomic<int> wrong{0};
+  HANDLE threads[4];
+  for (int t = 0; t < 4; ++t)
+    threads[t] = zortest::StartThread([&, t] {
+      wchar_t out[64];
+      for (int i = 0; i < 2 * keyCount; ++i) {  // cold, then warm cache
+        const int k = (i * 7 + t * 13) % keyCount;
+        MyLoadString(const_cast<wchar_t*>(keys[size_t(k)].c_str()), out, 63,
+                     i % 5 ? nullptr : const_cast<wchar_t*>(named.c_str()), true);
+        if (L"value " + std::to_wstring(k) != out) ++wrong;
+      }
+    });
+  WaitForMultipleObjects(4, threads, TRUE, INFINITE);
+  for (HANDLE h : threads) CloseHandle(h);
+  EXPECT_EQ(0, wrong.load());
 }
 
 TEST_F(StringFiles, LineRulesAndEscapes) {
