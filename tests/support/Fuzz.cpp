@@ -1,11 +1,12 @@
 // The mutation fuzzer: see Fuzz.h.
 #include "tests/support/Fuzz.h"
 
+#include "tests/support/TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
-#include <cstdio>
 
 namespace zortest {
 namespace {
@@ -110,20 +111,6 @@ std::string CurrentFuzzInput() {
   std::string shown = EscapeBytes(s.size() > 600 ? s.substr(0, 600) : s);
   if (s.size() > 600) shown += "... (" + std::to_string(s.size()) + " bytes)";
   return "fuzz input #" + std::to_string(g_index) + " (seed " + std::to_string(g_seed) + "): " + shown;
-}
-
-std::string EscapeBytes(const std::string& bytes) {
-  std::string out = "\"";
-  for (unsigned char c : bytes) {
-    if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
-      out += static_cast<char>(c);
-    } else {
-      char buf[8];
-      snprintf(buf, sizeof buf, "\\x%02X", c);
-      out += buf;
-    }
-  }
-  return out + "\"";
 }
 
 }  // namespace zortest

@@ -33,7 +33,4 @@ int Fuzz(const std::vector<std::string>& samples, const std::vector<std::string>
 /// outside Fuzz. The crash report prints it.
 std::string CurrentFuzzInput();
 
-/// Bytes as "..." with anything outside printable ASCII as \xNN.
-std::string EscapeBytes(const std::string& bytes);
-
 }  // namespace zortest

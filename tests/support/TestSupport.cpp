@@ -6,26 +6,34 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <type_traits>
 
 void PrintTo(const CCOMString& s, std::ostream* os) { *os << zortest::Escape(s.GetString()); }
 
 namespace zortest {
 
-std::string Escape(const wchar_t* s) {
-  if (!s) return "(null)";
-  std::string out = "L\"";
-  for (; *s; ++s) {
-    unsigned c = static_cast<unsigned short>(*s);
+namespace {
+// "..." with printable ASCII as it is and every other unit in hex.
+template <class Unit>
+std::string Quote(const Unit* s, size_t n, const char* hex) {
+  std::string out = "\"";
+  for (size_t i = 0; i < n; ++i) {
+    const unsigned c = static_cast<typename std::make_unsigned<Unit>::type>(s[i]);
     if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
       out += static_cast<char>(c);
     } else {
       char buf[16];
-      snprintf(buf, sizeof buf, "\\x%04X", c);
+      snprintf(buf, sizeof buf, hex, c);
       out += buf;
     }
   }
   return out + "\"";
 }
+}  // namespace
+
+std::string Escape(const wchar_t* s) { return s ? "L" + Quote(s, wcslen(s), "\\x%04X") : "(null)"; }
+
+std::string EscapeBytes(const std::string& bytes) { return Quote(bytes.data(), bytes.size(), "\\x%02X"); }
 
 std::string Escape(const std::wstring& s) { return Escape(s.c_str()); }
 

@@ -21,6 +21,8 @@ namespace zortest {
 /// L"..." with control and non-ASCII units as \xNNNN.
 std::string Escape(const wchar_t* s);
 std::string Escape(const std::wstring& s);
+/// Bytes as "..." with anything outside printable ASCII as \xNN.
+std::string EscapeBytes(const std::string& bytes);
 
 /// A fresh folder under the system's temporary folder, removed with all its
 /// contents when the object goes.
