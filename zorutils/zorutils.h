@@ -31,6 +31,9 @@
 // Localised strings
 #include <zorutils/strings/LanguageStrings.h>
 
+// Promo script player
+#include <zorutils/promo/PromoScript.h>
+
 // Undo
 #include <zorutils/undo/UndoMgr.h>
 

@@ -17,3 +17,7 @@ ZORUTILS_API void ZorTest_HideTryEnterCriticalSection(bool hide);
 /// again. A record whose dwOSVersionInfoSize is 0 stands for a system on
 /// which both version queries fail. The record is copied.
 ZORUTILS_API void ZorTest_UseVersionRecord(const OSVERSIONINFOEXW* record);
+
+/// Makes the promo player read the time from `clock` instead of the tick
+/// count (transitions, owner-drawn backgrounds); null restores the tick count.
+ZORUTILS_API void ZorTest_SetPromoClock(DWORD (*clock)());
