@@ -2,6 +2,8 @@
 //
 //   zortool version          the versions of zorutils.dll and zorfutls.dll
 //   zortool demo [FILE]      runs string functions over a sample file
+//   zortool promo FILE [--script NAME] [--frames DIR [--count N]]
+//                            plays a promo script in a window (Promo.cpp)
 #include <zorutils/zorutils.h>
 
 #include "tools/crashreport/CrashReport.h"
@@ -183,11 +185,14 @@ int Demo(const std::wstring& file) {
 
 }  // namespace
 
+int Promo(int argc, wchar_t** argv);  // Promo.cpp
+
 int wmain(int argc, wchar_t** argv) {
   zorcrash::InstallCrashReport();
   std::wstring verb = argc > 1 ? argv[1] : L"demo";
   if (verb == L"version") return Version();
   if (verb == L"demo") return Demo(argc > 2 ? argv[2] : L"");
-  Out(L"usage: zortool version | demo [FILE]\n");
+  if (verb == L"promo") return Promo(argc, argv);
+  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]]\n");
   return 2;
 }

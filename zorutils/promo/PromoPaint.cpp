@@ -159,7 +159,8 @@ void CPromoScript::OnPaint(const RECT& client) {
   if (!m_memDC) return;
   const int width = m_memWidth;
   const int height = m_memHeight;
-  const bool transition = m_transitionTime > 0 && zorpromo::IsFrameEffect(m_transitionEffect);
+  const bool transition =
+      m_transitionTime > 0 && zorpromo::IsFrameEffect(m_transitionEffect) && !m_inClearPause;
 
   // The first paint of a transition keeps the picture shown until now.
   if (transition && !m_transitionTimer && !m_transitionStart && EffectUsesPrevFrame() &&
@@ -217,10 +218,11 @@ void CPromoScript::DrawPicture(HDC dc, const RECT& client) {
     m_ownerDrawHandler(dc, text, m_ownerDrawName, zorpromo::Now() - m_ownerDrawStart,
                        m_ownerDrawCount, m_ownerDrawUser);
     ::RestoreDC(dc, saved);
-  }
-  if (m_ownerDrawRefresh > 0 && !m_ownerDrawTimer && !m_halted) {
-    m_ownerDrawTimer = ::SetTimer(nullptr, 0, static_cast<UINT>(m_ownerDrawRefresh), TimerProc);
-    m_ownerDrawCount = 0;
+    if (m_ownerDrawRefresh > 0 && !m_ownerDrawTimer && !m_halted) {
+      m_ownerDrawTimer =
+          ::SetTimer(nullptr, 0, static_cast<UINT>(m_ownerDrawRefresh), TimerProc);
+      m_ownerDrawCount = 0;
+    }
   }
 
   // A text waiting out its clear pause is not drawn yet.

@@ -426,19 +426,25 @@ void CPromoScript::ExecuteNextStep() {
 
 void CPromoScript::LaunchStep() {
   KillTimer(m_mainTimer);
-  if (!m_notify) {
+  if (m_inClearPause) {
+    // The blank pause comes first, whatever follows it.
+    StartMainTimer();
+  } else {
     // With a transition the painter starts the main timer when it ends, so
     // the text's wait counts from the finished picture.
-    if (!zorpromo::IsFrameEffect(m_transitionEffect) || m_transitionTime <= 0) StartMainTimer();
+    const bool transition = zorpromo::IsFrameEffect(m_transitionEffect) && m_transitionTime > 0;
+    if (!m_notify && !transition) StartMainTimer();
+    if (m_pendingText[0]) m_revealDue = true;
   }
-  if (m_pendingText[0]) m_revealDue = true;
   ::InvalidateRect(m_window, nullptr, FALSE);
 }
 
 void CPromoScript::StartMainTimer() {
   KillTimer(m_mainTimer);
-  int period = m_inClearPause ? m_currentClearPause : m_stepWait;
-  if (m_transitionTime > 0) {
+  int period = m_stepWait;
+  if (m_inClearPause) {
+    period = m_currentClearPause;
+  } else if (m_transitionTime > 0) {
     const size_t pending = wcslen(m_pendingText);
     if (pending) period = m_transitionTime;
     m_lastChar = pending == 1;

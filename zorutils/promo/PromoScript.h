@@ -22,8 +22,9 @@
 // player last started with Go (starting another silences the first).
 //
 // Decisions where the script format leaves room, kept on purpose:
-//  - while a text waits out its clear pause the window shows the background
-//    only; the text appears when the pause ends;
+//  - a text that clears passes through its clear pause (the background
+//    only), then its transition or per-character reveal, then its wait; the
+//    pause runs even when the text then waits for Resume ("notify");
 //  - a transition time with the effect "none" just shows the text (no
 //    transition runs, the text's wait starts at once) rather than stalling;
 //  - the shown text is cut at its 2,048-character capacity when an append
