@@ -416,8 +416,19 @@ TEST_F(Promo, DestroyingMidTransitionIsClean) {
   ASSERT_TRUE(Play(script));
   Next();
   PaintAt(1000);
+  {
+    CPromoScript second;  // a second player on the same window, gone first
+    second.SetOutputWindow(window);
+    second.SetSourceBuffer(reinterpret_cast<const unsigned char*>(bytes.data()),
+                           static_cast<int>(bytes.size()));
+    second.SetStartScriptName(L"s");
+    ASSERT_TRUE(second.Go());
+    PaintAt(1050);
+  }
+  PaintAt(1100);
   player.reset();  // the window lives on, unhooked
   PaintAt(1100);
+  EXPECT_EQ(GetWindowLongPtrW(window, GWLP_WNDPROC), LONG_PTR(DefWindowProcW));
   EXPECT_EQ(GetWindowLongPtrW(window, GWLP_USERDATA), 0);
 
   player.reset(new CPromoScript);

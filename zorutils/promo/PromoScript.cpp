@@ -480,12 +480,19 @@ void CPromoScript::OnTimer(unsigned int timerId) {
 
 void CPromoScript::Hook() {
   if (m_hookedWindow && m_hookedWindow != m_window) Unhook();
+  CPromoScript* other =
+      reinterpret_cast<CPromoScript*>(::GetWindowLongPtrW(m_window, GWLP_USERDATA));
   ::SetWindowLongPtrW(m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   // Hooking twice would keep our own procedure as the one to call on.
   if (!m_previousWndProc) {
-    m_previousWndProc = reinterpret_cast<WNDPROC>(
-        ::SetWindowLongPtrW(m_window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(WindowProc)));
     m_hookedWindow = m_window;
+    if (::GetWindowLongPtrW(m_window, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(WindowProc)) {
+      // Another player hooked this window first: call on to what it kept.
+      m_previousWndProc = other && other != this ? other->m_previousWndProc : nullptr;
+    } else {
+      m_previousWndProc = reinterpret_cast<WNDPROC>(::SetWindowLongPtrW(
+          m_window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(WindowProc)));
+    }
   }
 }
 
@@ -493,7 +500,9 @@ void CPromoScript::Unhook() {
   HWND window = m_hookedWindow;
   if (window && ::IsWindow(window)) {
     if (::GetWindowLongPtrW(window, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(WindowProc))
-      ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(m_previousWndProc));
+      ::SetWindowLongPtrW(window, GWLP_WNDPROC,
+                          reinterpret_cast<LONG_PTR>(m_previousWndProc ? m_previousWndProc
+                                                                       : DefWindowProcW));
     if (::GetWindowLongPtrW(window, GWLP_USERDATA) == reinterpret_cast<LONG_PTR>(this))
       ::SetWindowLongPtrW(window, GWLP_USERDATA, 0);
   }
