@@ -219,14 +219,17 @@ TEST_F(Promo, TextPropertiesLayerAndReset) {
   ASSERT_TRUE(Play(L"[general]\nfont size=12\nfont size@" + std::to_wstring(w) +
                    L"=10\nleft margin=10\nleft pct margin=5\nbg color=Navy\n"
                    L"[style.red]\ntext color=red\nhorz=center\n"
+                   L"transition time=500\n"
                    L"[s.1]\ntext.1=a\ntext.2=b\nbold.2=1\nstyle.2=red\ntext color=16711680\n"
-                   L"typeface=" + Repeat(L'F', 40) + L"\ntransition effect=wipe LR\n"
+                   L"typeface=" + Repeat(L'F', 40) + L"\ntransition effect=wipe LR\nbg color=red\n"
+                   L"vert=bottom\n"
                    L"[s.2]\ntext.1=c\nleft margin=30\ntext color=-5\nitalic=yes\nunderline=1\n"
-                   L"vert=middle\ntransition effect=bogus\n"));
+                   L"horz=left\nvert=middle\ntransition effect=bogus\ntransition time=0\n"));
   const RECT r = {0, 0, 400, 200};
   EXPECT_EQ(player->CurrentFont().lfHeight, -10);  // the width's own size wins
   EXPECT_EQ(player->TextColor(), kBlue);
-  EXPECT_EQ(player->BackgroundColor(), GetSysColor(COLOR_BTNFACE));  // names are case-sensitive
+  EXPECT_EQ(player->BackgroundColor(), kRed);
+  EXPECT_EQ(player->CurrentFont().lfQuality, ANTIALIASED_QUALITY);
   EXPECT_EQ(std::wstring(player->CurrentFont().lfFaceName), Repeat(L'F', 31));
   EXPECT_EQ(player->CurrentFont().lfWeight, FW_NORMAL);
   EXPECT_EQ(player->LeftMargin(&r), 20);  // both kinds in one section: the larger
@@ -242,10 +245,12 @@ TEST_F(Promo, TextPropertiesLayerAndReset) {
   EXPECT_EQ(std::wstring(player->CurrentFont().lfFaceName), L"Arial");
   EXPECT_EQ(player->CurrentFont().lfWeight, FW_NORMAL);
   EXPECT_EQ(player->TextColor(), GetSysColor(COLOR_BTNTEXT));  // -5: unchanged after reset
+  EXPECT_EQ(player->BackgroundColor(), GetSysColor(COLOR_BTNFACE));  // "Navy" is no colour
   EXPECT_FALSE(player->CurrentFont().lfItalic);
   EXPECT_TRUE(player->CurrentFont().lfUnderline);
-  EXPECT_EQ(player->HorizontalAlignment(), 1);  // alignment is not reset between texts
-  EXPECT_EQ(player->VerticalAlignment(), 0);
+  EXPECT_EQ(player->HorizontalAlignment(), 0);
+  EXPECT_EQ(player->VerticalAlignment(), 2);  // alignment is not reset between texts
+  EXPECT_EQ(player->TransitionTime(), 0);
   EXPECT_EQ(player->LeftMargin(&r), 30);  // only pixels here: the percentage went
   EXPECT_EQ(player->LeftMargin(nullptr), 30);
   EXPECT_EQ(player->TransitionEffect(), kPromoEffectNone);
@@ -373,6 +378,13 @@ TEST_F(Promo, TransitionFramesAtChosenProgress) {
   EXPECT_EQ(player->TransitionTimer(), 0u);
   EXPECT_NE(player->MainTimer(), 0u);
   EXPECT_EQ(player->TransitionTime(), 0);
+  // A transition of 1 ms still runs (and ends) like any other.
+  ASSERT_TRUE(Play(L"[s.1]\ntext.1=.\ntransition time=1\ntransition effect=wipe LR\n"));
+  PaintAt(3000);
+  EXPECT_NE(player->TransitionTimer(), 0u);
+  PaintAt(3001);
+  EXPECT_EQ(player->TransitionTimer(), 0u);
+  EXPECT_NE(player->MainTimer(), 0u);
 }
 
 TEST_F(Promo, PerCharacterRevealByTimer) {
