@@ -44,26 +44,25 @@
 namespace zorpromo {
 namespace detail {
 
-// The two ways of doing the arithmetic. Reached directly only by the tests,
-// which compare both with the formula; callers go through the machine's.
-enum class BlendKernel { Portable, Sse2 };
-
-BlendKernel MachineKernel() {
-#if defined(__x86_64__)
-  return BlendKernel::Sse2;
-#elif defined(ZOR_BLEND_SSE2)
-  // Asks the system rather than the processor: it also says whether the
-  // system saves the vector registers across thread switches.
-  return IsProcessorFeaturePresent(PF_XMMI64_INSTRUCTIONS_AVAILABLE) ? BlendKernel::Sse2
-                                                                     : BlendKernel::Portable;
-#else
-  return BlendKernel::Portable;
-#endif
-}
+// Test seam: true sends every call down the portable path, so that the tests
+// check it on machines that would never take it.
+bool g_portableOnly = false;
 
 }  // namespace detail
 
 namespace {
+
+bool UseSse2() {
+#if defined(__x86_64__)
+  return !detail::g_portableOnly;
+#elif defined(ZOR_BLEND_SSE2)
+  // Asks the system rather than the processor: it also says whether the
+  // system saves the vector registers across thread switches.
+  return !detail::g_portableOnly && IsProcessorFeaturePresent(PF_XMMI64_INSTRUCTIONS_AVAILABLE);
+#else
+  return false;
+#endif
+}
 
 int ClampPercent(int p) { return p < 0 ? 0 : p > 100 ? 100 : p; }
 
@@ -176,12 +175,7 @@ ZOR_SSE2_KERNEL void TowardColorSse2(const unsigned char* src, unsigned char* ou
 
 }  // namespace
 
-namespace detail {
-
-// The whole contract of BlendBytes on the given kernel (which the machine
-// must support).
-void BlendBytesWith(BlendKernel kernel, const unsigned char* a, const unsigned char* b,
-                    unsigned char* out, size_t count, int p) {
+void BlendBytes(const unsigned char* a, const unsigned char* b, unsigned char* out, size_t count, int p) {
   // No buffer is larger than PTRDIFF_MAX: a larger count is a negative one
   // that was cast.
   if (!a || !b || !out || count == 0 || count > static_cast<size_t>(PTRDIFF_MAX)) return;
@@ -192,15 +186,13 @@ void BlendBytesWith(BlendKernel kernel, const unsigned char* a, const unsigned c
     return;
   }
 #if defined(ZOR_BLEND_SSE2)
-  if (kernel == BlendKernel::Sse2) return BlendBytesSse2(a, b, out, count, p);
-#else
-  (void)kernel;
+  if (UseSse2()) return BlendBytesSse2(a, b, out, count, p);
 #endif
   BlendBytesPortable(a, b, out, count, p);
 }
 
-void BlendTowardColorWith(BlendKernel kernel, const unsigned char* src, unsigned char* out,
-                          size_t rowBytes, int width, int height, unsigned long color, int q) {
+void BlendTowardColor(const unsigned char* src, unsigned char* out, size_t rowBytes, int width, int height,
+                      unsigned long color, int q) {
   // A row shorter than its pixels would make the last row run past the
   // buffer. No buffer is larger than PTRDIFF_MAX, so a frame that would be
   // has a bad row length: typically a bottom-up bitmap's negative stride
@@ -219,24 +211,11 @@ void BlendTowardColorWith(BlendKernel kernel, const unsigned char* src, unsigned
   unsigned char term[3];
   ColorTerms(color, q, term);
 #if defined(ZOR_BLEND_SSE2)
-  if (kernel == BlendKernel::Sse2) return TowardColorSse2(src, out, rowBytes, width, height, term, q);
-#else
-  (void)kernel;
+  if (UseSse2()) return TowardColorSse2(src, out, rowBytes, width, height, term, q);
 #endif
   TowardColorPortable(src, out, rowBytes, width, height, term, q);
 }
 
-}  // namespace detail
-
-void BlendBytes(const unsigned char* a, const unsigned char* b, unsigned char* out, size_t count, int p) {
-  detail::BlendBytesWith(detail::MachineKernel(), a, b, out, count, p);
-}
-
-void BlendTowardColor(const unsigned char* src, unsigned char* out, size_t rowBytes, int width, int height,
-                      unsigned long color, int q) {
-  detail::BlendTowardColorWith(detail::MachineKernel(), src, out, rowBytes, width, height, color, q);
-}
-
-const char* BlendPath() { return detail::MachineKernel() == detail::BlendKernel::Sse2 ? "sse2" : "portable"; }
+const char* BlendPath() { return UseSse2() ? "sse2" : "portable"; }
 
 }  // namespace zorpromo
