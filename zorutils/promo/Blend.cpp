@@ -109,13 +109,14 @@ void TowardColorPortable(const unsigned char* src, unsigned char* out, size_t ro
 // w in 1..99 (0 gives 0, which is also exact).
 unsigned Scale(int w) { return (static_cast<unsigned>(w) * 65536u + 99u) / 100u; }
 
-inline unsigned Part(unsigned v, unsigned scale) { return (v * scale) >> 16; }
+// v * w / 100 for a byte v, given scale = Scale(w).
+inline unsigned Scaled(unsigned v, unsigned scale) { return (v * scale) >> 16; }
 
 // v * w / 100 for the 16 bytes of v, in two halves of eight 16-bit lanes.
-ZOR_SSE2_HELPER __m128i PartLo(__m128i v, __m128i scale) {
+ZOR_SSE2_HELPER __m128i ScaledLo(__m128i v, __m128i scale) {
   return _mm_mulhi_epu16(_mm_unpacklo_epi8(v, _mm_setzero_si128()), scale);
 }
-ZOR_SSE2_HELPER __m128i PartHi(__m128i v, __m128i scale) {
+ZOR_SSE2_HELPER __m128i ScaledHi(__m128i v, __m128i scale) {
   return _mm_mulhi_epu16(_mm_unpackhi_epi8(v, _mm_setzero_si128()), scale);
 }
 
@@ -129,13 +130,13 @@ ZOR_SSE2_KERNEL void BlendBytesSse2(const unsigned char* a, const unsigned char*
   for (; count - i >= 16; i += 16) {
     const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
     const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
-    // The sum of the two parts is at most 255, so the 16-bit adds and the
+    // The two scaled bytes add up to at most 255, so the 16-bit adds and the
     // saturating pack never clip.
-    const __m128i lo = _mm_add_epi16(PartLo(va, ka), PartLo(vb, kb));
-    const __m128i hi = _mm_add_epi16(PartHi(va, ka), PartHi(vb, kb));
+    const __m128i lo = _mm_add_epi16(ScaledLo(va, ka), ScaledLo(vb, kb));
+    const __m128i hi = _mm_add_epi16(ScaledHi(va, ka), ScaledHi(vb, kb));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(lo, hi));
   }
-  for (; i < count; ++i) out[i] = static_cast<unsigned char>(Part(a[i], sa) + Part(b[i], sb));
+  for (; i < count; ++i) out[i] = static_cast<unsigned char>(Scaled(a[i], sa) + Scaled(b[i], sb));
 }
 
 // q in 1..100.
@@ -160,14 +161,14 @@ ZOR_SSE2_KERNEL void TowardColorSse2(const unsigned char* src, unsigned char* ou
     size_t i = 0;
     for (; n - i >= 16; i += 16) {
       const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
-      const __m128i part = _mm_packus_epi16(PartLo(v, ks), PartHi(v, ks));
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(o + i), _mm_add_epi8(part, c0));
+      const __m128i scaled = _mm_packus_epi16(ScaledLo(v, ks), ScaledHi(v, ks));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(o + i), _mm_add_epi8(scaled, c0));
       const __m128i next = c0;
       c0 = c1;
       c1 = c2;
       c2 = next;
     }
-    for (; i < n; ++i) o[i] = static_cast<unsigned char>(Part(s[i], ss) + term[i % 3]);
+    for (; i < n; ++i) o[i] = static_cast<unsigned char>(Scaled(s[i], ss) + term[i % 3]);
   }
 }
 
