@@ -14,12 +14,15 @@
 //   BENCH blend.crossfade_ms, blend.fade_ms, blend.memcpy_ms <median> ms
 //   BENCH blend.portable_crossfade.vs_memcpy <ratio> x
 //         (the path of an i686 processor without SSE2, for comparison)
+//   BENCH blend.frame_ms.<effect> <median> ms   (PromoFrames.h: one whole
+//         transition frame of each effect, as the player draws it)
 //
 // Blend.h is internal to zorutils.dll, so the benchmark builds the same
 // source in, as the tests do.
 #include <zorutils/promo/Blend.cpp>
 
 #include "bench/BenchUtil.h"
+#include "bench/PromoFrames.h"
 
 #include <cstdio>
 #include <cstring>
@@ -85,5 +88,6 @@ int main() {
   std::printf("BENCH blend.fade_ms %.3f ms\n", Median(fade) * 1e3);
   std::printf("BENCH blend.memcpy_ms %.3f ms\n", Median(copy) * 1e3);
   std::printf("BENCH blend.portable_crossfade.vs_memcpy %.2f x\n", Median(portableRatio));
+  zorbench::PrintPromoFrameTimes();
   return exact ? 0 : 1;
 }
