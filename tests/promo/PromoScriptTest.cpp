@@ -32,8 +32,9 @@ protected:
     RegisterClassW(&wc);
     // The player draws in a child window, as in a host. One top-level window
     // serves every test: Wine takes seconds to destroy one under Xvfb.
-    static HWND host = CreateWindowExW(0, L"ZorPromoTest", L"", WS_POPUP | WS_VISIBLE, 0, 0,
-                                       400, 200, nullptr, nullptr, nullptr, nullptr);
+    if (!host)
+      host = CreateWindowExW(0, L"ZorPromoTest", L"", WS_POPUP | WS_VISIBLE, 0, 0, 400, 200,
+                             nullptr, nullptr, nullptr, nullptr);
     window = CreateWindowExW(0, L"ZorPromoTest", L"", WS_CHILD | WS_VISIBLE, 0, 0, 400, 200,
                              host, nullptr, nullptr, nullptr);
     g_now = 1000;
@@ -83,10 +84,13 @@ protected:
            std::to_string(player->CurrentSubStep());
   }
 
+  static HWND host;
   HWND window = nullptr;
   std::unique_ptr<CPromoScript> player;
   std::string bytes;
 };
+
+HWND Promo::host = nullptr;
 
 // Remembers what the special-event handler saw; vetoes "skip", rewrites "swap".
 struct Events {
@@ -452,6 +456,27 @@ TEST_F(Promo, DestroyingMidTransitionIsClean) {
   EXPECT_EQ(player->TransitionTimer(), 0u);
   player->Resume();
   EXPECT_EQ(std::wstring(player->ShownText()), L"b");
+
+  // A host that deletes the player while its windows are being destroyed.
+  static CPromoScript* doomed;
+  doomed = player.release();
+  WNDCLASSW wc = {};
+  wc.lpfnWndProc = [](HWND w, UINT m, WPARAM wp, LPARAM lp) -> LRESULT {
+    if (m == WM_DESTROY) delete doomed;
+    return DefWindowProcW(w, m, wp, lp);
+  };
+  wc.lpszClassName = L"ZorPromoParent";
+  RegisterClassW(&wc);
+  HWND parent = CreateWindowExW(0, L"ZorPromoParent", L"", WS_CHILD | WS_VISIBLE, 0, 0, 400,
+                                200, host, nullptr, nullptr, nullptr);
+  window = CreateWindowExW(0, L"ZorPromoTest", L"", WS_CHILD | WS_VISIBLE, 0, 0, 400, 200,
+                           parent, nullptr, nullptr, nullptr);
+  doomed->SetOutputWindow(window);
+  ASSERT_TRUE(doomed->Go());
+  doomed->ExecuteNextStep();
+  PaintAt(1000);
+  DestroyWindow(parent);
+  EXPECT_FALSE(IsWindow(window));
 }
 
 // Damaged and absurd scripts play what they can: never a crash or a hang.
