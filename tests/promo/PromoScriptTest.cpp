@@ -144,7 +144,8 @@ TEST_F(Promo, AppendClearNotifyAndTheShownTextCapacity) {
   ASSERT_TRUE(Play(L"[s.1]\ntext.1=a\ntext.2=b\\tc\ntext.3=d\nclear.3=1\ntext.4=e\nwait.4=notify\n"
                    L"text.5=f\nclear.5=" + Repeat(L'0', 2048) + L"\n"
                    L"[s.2]\ntext.1=" + long1000 + L"\ntext.2=" + long1000 + L"\ntext.3=" +
-                   long1000 + L"\nclear.3=no\n"
+                   long1000 + L"\nclear.3=" + Repeat(L'n', 48) + L"\ntext.4=" + long1000 +
+                   L"\nclear.4=" + Repeat(L'n', 47) + L"\n"
                    L"[s.3]\ntext.1=" + Repeat(L'y', 5000) + L"\n"));
   EXPECT_EQ(Next(), L"ab\tc");
   EXPECT_EQ(Next(), L"d");  // clear.3=1
@@ -157,7 +158,8 @@ TEST_F(Promo, AppendClearNotifyAndTheShownTextCapacity) {
   EXPECT_EQ(Where(), "L\"s\".1.5");
   EXPECT_EQ(Next(), long1000);
   EXPECT_EQ(Next(), long1000 + long1000);
-  EXPECT_EQ(Next(), long1000 + long1000 + Repeat(L'x', 47));  // cut at 2047 + end
+  EXPECT_EQ(Next(), long1000 + long1000);  // 2000 + a "clear.3" of 48: no room by the guard
+  EXPECT_EQ(Next(), long1000 + long1000 + Repeat(L'x', 47));  // 2047 passes; cut at the end
   EXPECT_EQ(Next(), Repeat(L'y', 1023));  // a text is fetched into 1024
   EXPECT_EQ(Next(), L"a");                // no s.4: wrap to step 1
 }
@@ -214,6 +216,7 @@ TEST_F(Promo, LoadAndGoFailures) {
   EXPECT_FALSE(player->Go());
   EXPECT_FALSE(Play(L"[s.1]\n= no key\n"));
   EXPECT_FALSE(Play(L"[s.1]\ntext.1=x\n", L""));
+  EXPECT_FALSE(Play(L"[s.1]\ntext.1=x\n", Repeat(L's', 260).c_str()));  // refused: no name
   player->SetOutputWindow(nullptr);
   EXPECT_FALSE(Play(L"[s.1]\ntext.1=x\n"));
 }
@@ -221,9 +224,8 @@ TEST_F(Promo, LoadAndGoFailures) {
 TEST_F(Promo, TextPropertiesLayerAndReset) {
   const int w = GetSystemMetrics(SM_CXFULLSCREEN);
   ASSERT_TRUE(Play(L"[general]\nfont size=12\nfont size@" + std::to_wstring(w) +
-                   L"=10\nleft margin=10\nleft pct margin=5\nbg color=Navy\n"
+                   L"=10\nleft margin=10\nleft pct margin=5\nbg color=Navy\ntransition time=500\n"
                    L"[style.red]\ntext color=red\nhorz=center\n"
-                   L"transition time=500\n"
                    L"[s.1]\ntext.1=a\ntext.2=b\nbold.2=1\nstyle.2=red\ntext color=16711680\n"
                    L"typeface=" + Repeat(L'F', 40) + L"\ntransition effect=wipe LR\nbg color=red\n"
                    L"vert=bottom\n"
@@ -382,13 +384,21 @@ TEST_F(Promo, TransitionFramesAtChosenProgress) {
   EXPECT_EQ(player->TransitionTimer(), 0u);
   EXPECT_NE(player->MainTimer(), 0u);
   EXPECT_EQ(player->TransitionTime(), 0);
-  // A transition of 1 ms still runs (and ends) like any other.
-  ASSERT_TRUE(Play(L"[s.1]\ntext.1=.\ntransition time=1\ntransition effect=wipe LR\n"));
+  // A transition of 1 ms still runs (and ends) like any other, and the next
+  // step's transition starts from fresh pictures.
+  ASSERT_TRUE(Play(L"[s.1]\ntext.1=.\nbg color=red\ntransition time=1\ntransition effect=wipe LR\n"
+                   L"[s.2]\ntext.1=.\nbg color=blue\ntransition time=1\n"
+                   L"transition effect=color wipe LR\n"));
   PaintAt(3000);
   EXPECT_NE(player->TransitionTimer(), 0u);
   PaintAt(3001);
   EXPECT_EQ(player->TransitionTimer(), 0u);
   EXPECT_NE(player->MainTimer(), 0u);
+  Next();
+  PaintAt(3002);
+  EXPECT_EQ(Pixel(300, 100), RGB(0, 0, 0));  // p = 0: all transition colour (black)
+  PaintAt(3003);
+  EXPECT_EQ(Pixel(300, 100), kBlue);
 }
 
 TEST_F(Promo, PerCharacterRevealByTimer) {
