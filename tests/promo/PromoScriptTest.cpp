@@ -404,15 +404,15 @@ TEST_F(Promo, TransitionFramesAtChosenProgress) {
 TEST_F(Promo, PerCharacterRevealByTimer) {
   ASSERT_TRUE(Play(L"[general]\nclear pause=30\n"
                    L"[s.1]\ntext.1=abc\ntransition effect=per-char delay\ntransition time=50\n"
-                   L"[s.2]\ntext.1=next\n"));
+                   L"text.2=d\n[s.2]\ntext.1=next\n"));
   std::wstring seen;  // the clear pause first, then one character per tick
-  for (int i = 0; i < 5; ++i) {
+  for (int i = 0; i < 7; ++i) {
     UpdateWindow(window);
     seen += std::wstring(player->ShownText()) + L"|";
     ASSERT_NE(player->MainTimer(), 0u);
     player->OnTimer(static_cast<unsigned>(player->MainTimer()));
   }
-  EXPECT_EQ(seen, L"|a|ab|abc|abc|");
+  EXPECT_EQ(seen, L"|a|ab|abc|abc|abcd|abcd|");  // sub-step 2 appends
   EXPECT_EQ(std::wstring(player->ShownText()), L"next");
 }
 
