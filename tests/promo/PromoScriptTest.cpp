@@ -436,6 +436,12 @@ TEST_F(Promo, RealTimeRevealAndTransition) {
   EXPECT_GE(GetTickCount() - reachedFade, 350u);
 }
 
+CPromoScript* g_doomed;
+LRESULT CALLBACK DeletesPlayerOnDestroy(HWND w, UINT m, WPARAM wp, LPARAM lp) {
+  if (m == WM_DESTROY) delete g_doomed;
+  return DefWindowProcW(w, m, wp, lp);
+}
+
 TEST_F(Promo, DestroyingMidTransitionIsClean) {
   const std::wstring script =
       L"[s.1]\ntext.1=a\n[s.2]\ntext.1=b\ntransition time=1000\ntransition effect=wipe LR\n";
@@ -468,22 +474,18 @@ TEST_F(Promo, DestroyingMidTransitionIsClean) {
   EXPECT_EQ(std::wstring(player->ShownText()), L"b");
 
   // A host that deletes the player while its windows are being destroyed.
-  static CPromoScript* doomed;
-  doomed = player.release();
+  g_doomed = player.release();
   WNDCLASSW wc = {};
-  wc.lpfnWndProc = [](HWND w, UINT m, WPARAM wp, LPARAM lp) -> LRESULT {
-    if (m == WM_DESTROY) delete doomed;
-    return DefWindowProcW(w, m, wp, lp);
-  };
+  wc.lpfnWndProc = DeletesPlayerOnDestroy;
   wc.lpszClassName = L"ZorPromoParent";
   RegisterClassW(&wc);
   HWND parent = CreateWindowExW(0, L"ZorPromoParent", L"", WS_CHILD | WS_VISIBLE, 0, 0, 400,
                                 200, host, nullptr, nullptr, nullptr);
   window = CreateWindowExW(0, L"ZorPromoTest", L"", WS_CHILD | WS_VISIBLE, 0, 0, 400, 200,
                            parent, nullptr, nullptr, nullptr);
-  doomed->SetOutputWindow(window);
-  ASSERT_TRUE(doomed->Go());
-  doomed->ExecuteNextStep();
+  g_doomed->SetOutputWindow(window);
+  ASSERT_TRUE(g_doomed->Go());
+  g_doomed->ExecuteNextStep();
   PaintAt(1000);
   DestroyWindow(parent);
   EXPECT_FALSE(IsWindow(window));
