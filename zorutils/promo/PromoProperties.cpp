@@ -219,32 +219,20 @@ bool CPromoScript::EffectUsesSolidColorSource() const {
 
 // --- Margins ------------------------------------------------------------------
 
-// The given rectangle, or the output window's client area.
-static RECT MarginBase(const RECT* rect, HWND window) {
+// The larger of side `side`'s pixel margin and its percentage of the given
+// rectangle's right (left and right sides) or bottom (top and bottom) edge;
+// the output window's client area when no rectangle is given.
+int CPromoScript::MarginOf(int side, const RECT* rect) const {
   RECT r = {0, 0, 0, 0};
   if (rect)
     r = *rect;
-  else if (window)
-    ::GetClientRect(window, &r);
-  return r;
+  else if (m_window)
+    ::GetClientRect(m_window, &r);
+  const int pct = Percent(m_pctMargin[side], side % 2 == 0 ? r.right : r.bottom);
+  return pct > m_margin[side] ? pct : m_margin[side];
 }
 
-int CPromoScript::LeftMargin(const RECT* rect) const {
-  const int pct = Percent(m_pctMargin[0], MarginBase(rect, m_window).right);
-  return pct > m_margin[0] ? pct : m_margin[0];
-}
-
-int CPromoScript::TopMargin(const RECT* rect) const {
-  const int pct = Percent(m_pctMargin[1], MarginBase(rect, m_window).bottom);
-  return pct > m_margin[1] ? pct : m_margin[1];
-}
-
-int CPromoScript::RightMargin(const RECT* rect) const {
-  const int pct = Percent(m_pctMargin[2], MarginBase(rect, m_window).right);
-  return pct > m_margin[2] ? pct : m_margin[2];
-}
-
-int CPromoScript::BottomMargin(const RECT* rect) const {
-  const int pct = Percent(m_pctMargin[3], MarginBase(rect, m_window).bottom);
-  return pct > m_margin[3] ? pct : m_margin[3];
-}
+int CPromoScript::LeftMargin(const RECT* rect) const { return MarginOf(0, rect); }
+int CPromoScript::TopMargin(const RECT* rect) const { return MarginOf(1, rect); }
+int CPromoScript::RightMargin(const RECT* rect) const { return MarginOf(2, rect); }
+int CPromoScript::BottomMargin(const RECT* rect) const { return MarginOf(3, rect); }

@@ -194,6 +194,7 @@ private:
   void PickRandomText(const wchar_t* section, int subStep, wchar_t* buffer, int capacity);
   bool GetNextTextBuffer(wchar_t* buffer, int capacity);
   void ResetTextProperties();
+  int MarginOf(int side, const RECT* rect) const;
   void ApplyTextColors();
   void SelectCurrentFont();
   void LaunchStep();
