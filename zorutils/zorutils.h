@@ -34,6 +34,9 @@
 // Promo script player
 #include <zorutils/promo/PromoScript.h>
 
+// Online music lookup
+#include <zorutils/lookup/MusicLookup.h>
+
 // Undo
 #include <zorutils/undo/UndoMgr.h>
 

@@ -4,6 +4,7 @@
 //   zortool demo [FILE]      runs string functions over a sample file
 //   zortool promo FILE [--script NAME] [--frames DIR [--count N]]
 //                            plays a promo script in a window (Promo.cpp)
+//   zortool lookup KIND ...  searches the online music catalogue (Lookup.cpp)
 #include <zorutils/zorutils.h>
 
 #include "tools/crashreport/CrashReport.h"
@@ -15,8 +16,6 @@
 #include <string>
 #include <vector>
 
-namespace {
-
 // Console output as UTF-8, whether stdout is a console, a pipe or a file.
 void Out(const std::wstring& text) {
   int n = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
@@ -26,7 +25,11 @@ void Out(const std::wstring& text) {
   fflush(stdout);
 }
 
+namespace {
+
 void OutLine(const CCOMString& line) { Out(std::wstring(line.GetString()) + L"\n"); }
+
+}  // namespace
 
 std::wstring ExeDir() {
   wchar_t path[MAX_PATH];
@@ -34,6 +37,8 @@ std::wstring ExeDir() {
   std::wstring s(path, n);
   return s.substr(0, s.find_last_of(L'\\'));
 }
+
+namespace {
 
 // "a.b.c.d" from a module's version resource, or an empty string.
 std::wstring ModuleVersion(const wchar_t* module) {
@@ -185,7 +190,8 @@ int Demo(const std::wstring& file) {
 
 }  // namespace
 
-int Promo(int argc, wchar_t** argv);  // Promo.cpp
+int Promo(int argc, wchar_t** argv);   // Promo.cpp
+int Lookup(int argc, wchar_t** argv);  // Lookup.cpp
 
 int wmain(int argc, wchar_t** argv) {
   zorcrash::InstallCrashReport();
@@ -193,6 +199,7 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"version") return Version();
   if (verb == L"demo") return Demo(argc > 2 ? argv[2] : L"");
   if (verb == L"promo") return Promo(argc, argv);
-  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]]\n");
+  if (verb == L"lookup") return Lookup(argc, argv);
+  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ...\n");
   return 2;
 }

@@ -1,0 +1,136 @@
+// zortool lookup artists NAME | albums ARTIST TITLE | albums-of ARTIST_ID |
+//                songs RELEASE_ID  [--server URL] [--offset N]
+//
+// Runs one search of the online music catalogue and prints its records as a
+// table, with a progress line while it waits. Texts are passed on as given,
+// so spaces are written %20. `zortool lookup demo` serves the recorded
+// replies in samples\lookup on 127.0.0.1 and runs one search of each kind
+// against them (no network needed).
+#include <zorutils/zorutils.h>
+
+#include "tests/support/HttpServer.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+void Out(const std::wstring& text);  // main.cpp: UTF-8 to the console
+std::wstring ExeDir();
+
+namespace {
+
+std::wstring Cut(const wchar_t* text, size_t width) {
+  std::wstring s(text);
+  if (s.size() > width) s = s.substr(0, width - 1) + L"\u2026";
+  return s + std::wstring(width - s.size(), L' ');
+}
+
+// Waits for the search, printing its progress on one line; then the table.
+int Report(MusicBrainzLookup& lookup, int kind) {
+  int shown = -1;
+  for (int i = 0; i < 3000 && !lookup.IsSearchComplete(); ++i) {
+    const int p = lookup.GetPercentageComplete();
+    if (p != shown) Out(L"\rwaiting for the reply: " + std::to_wstring(shown = p) + L"%   ");
+    Sleep(10);
+  }
+  Out(L"\r                                \r");
+  bool failed = true;
+  int count = 0;
+  CMyList* list = nullptr;
+  lookup.GetSearchResults(failed, count, list);
+  if (!lookup.IsSearchComplete() || failed || !list) {
+    Out(L"lookup: the search failed\n");
+    return 1;
+  }
+  Out(L"lookup: " + std::to_wstring(count) + L" found, " + std::to_wstring(list->NumNodes()) +
+      L" in this page\n");
+  for (int i = 0; i < list->NumNodes(); ++i) {
+    void* item = list->Index(i, nullptr);
+    if (kind == kLookupArtists) {
+      const auto* a = static_cast<TLookupArtist*>(item);
+      Out(L"  " + Cut(a->id, 38) + L" " + a->name + L"\n");
+    } else if (kind == kLookupSongs) {
+      const auto* s = static_cast<TLookupSong*>(item);
+      wchar_t length[32];
+      swprintf(length, 32, L"%d:%02d", s->duration / 60000, s->duration / 1000 % 60);
+      Out(L"  " + std::to_wstring(i + 1) + L". " + Cut(s->title, 40) + L" " + length + L"\n");
+    } else {
+      const auto* a = static_cast<TLookupAlbum*>(item);
+      Out(L"  " + Cut(a->id, 38) + L" " + Cut(a->title, 28) + L" " + Cut(a->artist, 20) + L" " +
+          Cut(a->date, 10) + L" " + std::to_wstring(a->trackCount) + L" tracks\n");
+    }
+  }
+  return 0;
+}
+
+int Search(MusicBrainzLookup& lookup, const std::vector<std::wstring>& args, int offset) {
+  std::vector<std::wstring> a = args;
+  a.resize(3);
+  const std::wstring& what = a[0];
+  if (what == L"artists" && lookup.SearchArtists(&a[1][0], offset)) return Report(lookup, 0);
+  if (what == L"albums" && lookup.SearchAlbums(&a[1][0], &a[2][0], offset)) return Report(lookup, 1);
+  if (what == L"albums-of" && lookup.GetAlbums(&a[1][0], offset)) return Report(lookup, 2);
+  if (what == L"songs" && lookup.GetSongs(&a[1][0])) return Report(lookup, 3);
+  Out(L"usage: zortool lookup artists NAME | albums ARTIST TITLE | albums-of ARTIST_ID |"
+      L" songs RELEASE_ID | demo  [--server URL] [--offset N]\n");
+  return 2;
+}
+
+std::string ReadSample(const wchar_t* name) {
+  std::string bytes;
+  if (FILE* f = _wfopen((ExeDir() + L"\\samples\\lookup\\" + name).c_str(), L"rb")) {
+    char buf[4096];
+    for (size_t got; (got = fread(buf, 1, sizeof buf, f)) > 0;) bytes.append(buf, got);
+    fclose(f);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+int Lookup(int argc, wchar_t** argv) {
+  std::vector<std::wstring> args;
+  std::wstring server;
+  int offset = 0;
+  for (int i = 2; i < argc; ++i) {
+    const std::wstring arg = argv[i];
+    if (arg == L"--server" && i + 1 < argc) server = argv[++i];
+    else if (arg == L"--offset" && i + 1 < argc) offset = _wtoi(argv[++i]);
+    else args.push_back(arg);
+  }
+  wchar_t temp[MAX_PATH];
+  GetTempPathW(MAX_PATH, temp);
+  MyInternetAccess session(L"zortool");
+  MusicBrainzLookup lookup(&session, temp);
+  if (!args.empty() && args[0] == L"demo") {
+    // The recorded replies, answered by a server in this process.
+    zortest::HttpServer recorded([](const zortest::HttpRequest& r) {
+      zortest::HttpReply reply;
+      const std::string& t = r.target;
+      reply.body = ReadSample(t.rfind("/ws/1/artist/", 0) == 0     ? L"artists.xml"
+                              : t.rfind("/ws/1/release/?", 0) == 0 ? L"releases.xml"
+                                                                   : L"release-tracks.xml");
+      return reply;
+    });
+    lookup.SetServer(recorded.Url().c_str());
+    Out(L"lookup demo: recorded replies served at " + recorded.Url() + L"\n");
+    int failures = 0;
+    for (const std::vector<std::wstring>& search :
+         {std::vector<std::wstring>{L"artists", L"sigur%20ros"},
+          std::vector<std::wstring>{L"albums", L"sigur%20ros", L"takk"},
+          std::vector<std::wstring>{L"songs", L"a3b8a9e3-7f1c-4b1e-9c87-9b6e5f2d1c01"}}) {
+      Out(L"> lookup");
+      for (const std::wstring& s : search) Out(L" " + s);
+      Out(L"\n");
+      failures += Search(lookup, search, 0) != 0;
+    }
+    return failures ? 1 : 0;
+  }
+  if (!server.empty() && !lookup.SetServer(server.c_str())) {
+    Out(L"lookup: the server address is too long\n");
+    return 2;
+  }
+  return Search(lookup, args, offset);
+}

@@ -1,0 +1,149 @@
+// CDLookup: asynchronous searches of an online music catalogue for artists,
+// albums (releases) and the songs of an album; MusicBrainzLookup answers them
+// from the MusicBrainz XML web service (version 1).
+//
+// A search call only queues a request and returns. The lookup's worker
+// thread downloads the reply into the temporary folder, parses it, fills the
+// list of that kind with fixed-size records and marks the search complete;
+// the host polls IsSearchComplete (and GetPercentageComplete for a progress
+// bar), then takes the list with GetSearchResults. The lists and records stay
+// the lookup's: valid until the next search of the same kind or destruction.
+//
+// Threads: the host's thread calls everything here; the worker writes the
+// flags, kind, counts and lists, which the host reads only once
+// IsSearchComplete is true.
+//
+// Decisions where the classic behaviour was unsafe, kept on purpose:
+//  - a search started while another is pending replaces it: the old
+//    download stops and the new search is the one that runs (the worker no
+//    longer parses a reply under the wrong kind, nor drops a new request
+//    that comes while it rests after a search);
+//  - the reply file ("TEMPFILENAME" in the temporary folder) is removed once
+//    parsed, and a download that fails or is stopped leaves none;
+//  - destruction waits up to about 10 seconds for a running download to
+//    finish, then stops it and waits for the worker, so no thread, handle or
+//    file outlives the lookup.
+// Kept as hosts know it: emptying a list frees only its first record.
+#pragma once
+
+#include <zorutils/Export.h>
+#include <zorutils/containers/MyList.h>
+#include <zorutils/text/Locks.h>
+
+#include <zorfutls/InternetDownload.h>
+
+/// One artist: "id" and the name, with " (disambiguation)" when there is one.
+struct TLookupArtist {
+  wchar_t id[128];
+  wchar_t name[256];
+};
+
+/// One release.
+struct TLookupAlbum {
+  wchar_t id[128];
+  wchar_t title[256];
+  wchar_t artist[256];  // the first artist name below the release
+  wchar_t date[64];     // the first date below the release
+  wchar_t type[64];
+  int trackCount;       // "count" of its track list; 0 when absent
+};
+
+/// One track of a release.
+struct TLookupSong {
+  wchar_t title[256];
+  int duration;  // milliseconds; 0 when the service gives none
+};
+
+/// Search kinds.
+enum TLookupKind {
+  kLookupArtists = 0,      // artists by name
+  kLookupAlbums = 1,       // releases by artist and title
+  kLookupArtistAlbums = 2, // releases of an artist id
+  kLookupSongs = 3         // tracks of a release id
+};
+
+class ZORUTILS_API CDLookup {
+public:
+  CDLookup();
+  virtual ~CDLookup();
+
+  /// Queue a search; true when it was queued. Texts are passed already
+  /// URL-encoded; `offset` is the zero-based first record of a page of 100.
+  virtual bool SearchArtists(wchar_t* name, int offset) = 0;
+  virtual bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) = 0;
+  virtual bool GetAlbums(wchar_t* artistId, int offset) = 0;
+  virtual bool GetSongs(wchar_t* releaseId) = 0;
+  /// Whether the last search has finished, well or not.
+  virtual bool IsSearchComplete();
+  /// 0..100: the share of the reply received; 100 when nothing is pending.
+  virtual int GetPercentageComplete() = 0;
+  /// After a failure: failed true, count 0, list null. Otherwise the count
+  /// the service reports (the total of all pages; for songs the tracks) and
+  /// the list of records (TLookupArtist, TLookupAlbum or TLookupSong items).
+  virtual void GetSearchResults(bool& failed, int& count, CMyList*& list) = 0;
+  /// Stops the running download; the search then ends (usually failed).
+  virtual void CancelCurrentSearch() = 0;
+
+protected:
+  /// Empty a list: frees the record at position 0 and removes every entry.
+  void EraseArtistsList();
+  void EraseAlbumsList();
+  void EraseSongsList();
+
+  CMyList m_artists;
+  CMyList m_albums;
+  CMyList m_songs;
+  int m_kind;
+  bool m_failed;
+  bool m_complete;
+  CMyList* m_result;
+  int m_resultCount;
+
+private:
+  CDLookup(const CDLookup&) = delete;
+  CDLookup& operator=(const CDLookup&) = delete;
+};
+
+struct TLookupRequest;
+
+class ZORUTILS_API MusicBrainzLookup : public CDLookup {
+public:
+  /// `session` (not owned; may be null: every search then returns false)
+  /// and the temporary folder, ending in a path separator. Starts the worker.
+  MusicBrainzLookup(MyInternetAccess* session, wchar_t* tempFolder);
+  ~MusicBrainzLookup() override;
+
+  bool SearchArtists(wchar_t* name, int offset) override;
+  bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) override;
+  bool GetAlbums(wchar_t* artistId, int offset) override;
+  bool GetSongs(wchar_t* releaseId) override;
+  int GetPercentageComplete() override;
+  void GetSearchResults(bool& failed, int& count, CMyList*& list) override;
+  void CancelCurrentSearch() override;
+
+  /// The service's address: scheme, host and optionally port, without a
+  /// trailing slash ("http://musicbrainz.org" unless set). Null or empty
+  /// restores it; longer than 200 characters is refused (false).
+  bool SetServer(const wchar_t* baseUrl);
+  const wchar_t* Server() const { return m_server; }
+
+private:
+  MusicBrainzLookup(const MusicBrainzLookup&) = delete;
+  MusicBrainzLookup& operator=(const MusicBrainzLookup&) = delete;
+
+  static DWORD WINAPI WorkerMain(void* self);
+  void Work();
+  bool Queue(int kind, const wchar_t* path);
+  void Parse(const wchar_t* file);
+  void Fail();
+
+  CLock m_lock;
+  MyInternetAccess* m_session;
+  wchar_t m_tempFolder[260];
+  HANDLE m_thread;
+  DWORD m_threadId;
+  volatile long m_quit;
+  TLookupRequest* m_pending;
+  HANDLE m_threadJoin;  // the worker's handle, kept to wait for and close
+  wchar_t m_server[201];
+};
