@@ -1,0 +1,84 @@
+// Internet downloads of the foundation library: one WinINet session per host
+// (MyInternetAccess) and downloads of one URL into one file, each on its own
+// thread (CInternetDownload). HTTP and HTTPS.
+#pragma once
+
+#include <zorfutls/zorfutls.h>
+
+/// An open WinINet session. Its user agent names this library, its version
+/// and a contact address, "zorfutls/<version> ( <contact> )" (the contact
+/// part only when one is set), so that a service can tell who is calling.
+class ZORFUTLS_API MyInternetAccess {
+public:
+  /// Opens the session (system proxy settings). `contact` (may be null) is
+  /// an address such as a mail address or a web page, cut to 127 characters.
+  explicit MyInternetAccess(const wchar_t* contact = nullptr);
+  /// Closes the session. Downloads still using it must be finished first.
+  ~MyInternetAccess();
+  /// Whether the session is open.
+  bool IsOpen() const;
+  /// The WinINet session handle (an HINTERNET), or null.
+  void* Session() const;
+  /// The user agent sent with every request.
+  const wchar_t* UserAgent() const;
+
+private:
+  MyInternetAccess(const MyInternetAccess&) = delete;
+  MyInternetAccess& operator=(const MyInternetAccess&) = delete;
+
+  void* m_session;
+  wchar_t m_userAgent[192];
+};
+
+/// One download of a URL into a file, on a thread of its own. The file
+/// appears under its name only complete: the reply is written to a temporary
+/// file beside it and moved into place (replacing an older file) when the
+/// whole reply has arrived with a 2xx status. A failed, refused (any status
+/// other than 2xx) or terminated download leaves no file under that name.
+class ZORFUTLS_API CInternetDownload {
+public:
+  CInternetDownload();
+  /// Terminates a running download and waits for its thread.
+  ~CInternetDownload();
+
+  /// Starts downloading `url` into `destinationFile`. `flags` is reserved
+  /// (0). Non-zero when the download has started (the busy flag is then
+  /// set); 0 for a null or closed session, a null or empty URL or file name,
+  /// a URL that is not http or https, a download already running, or a
+  /// thread that cannot start.
+  int StartDownload(MyInternetAccess* session, const wchar_t* url,
+                    const wchar_t* destinationFile, int flags);
+  /// Asks a running download to stop; it ends soon after (as failed). Does
+  /// not wait.
+  void TerminateDownload();
+
+  /// Set from StartDownload until the download has ended, well or not.
+  bool IsBusy() const;
+  /// Whether the last download ended complete with a 2xx status (false
+  /// while busy).
+  bool Succeeded() const;
+  /// The HTTP status of the last reply (0 before one arrived).
+  unsigned long StatusCode() const;
+  /// The length the reply announced (Content-Length; 0 when it announced
+  /// none), and the bytes received so far. Safe to read from any thread.
+  unsigned long TotalBytes() const;
+  unsigned long ReceivedBytes() const;
+
+private:
+  CInternetDownload(const CInternetDownload&) = delete;
+  CInternetDownload& operator=(const CInternetDownload&) = delete;
+
+  static unsigned long __stdcall ThreadMain(void* self);
+  void Run();
+
+  void* m_session;          // the HINTERNET of the session in use
+  void* m_thread;           // the download thread's handle, or null
+  wchar_t* m_url;           // owned copies for the thread
+  wchar_t* m_file;
+  volatile long m_busy;
+  volatile long m_stop;
+  volatile long m_succeeded;
+  volatile unsigned long m_status;
+  volatile unsigned long m_total;
+  volatile unsigned long m_received;
+};
