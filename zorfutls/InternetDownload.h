@@ -81,4 +81,6 @@ private:
   volatile unsigned long m_status;
   volatile unsigned long m_total;
   volatile unsigned long m_received;
+  void* m_request;          // the open request while one is out, under m_lock:
+  CRITICAL_SECTION m_lock;  // closing it from TerminateDownload ends a blocked read
 };

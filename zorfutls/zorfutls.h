@@ -1,6 +1,7 @@
 // zorfutls: the foundation library under zorutils.
 //
-// Logging, file-name helpers and a small registry-key object. Everything here
+// Logging, file-name helpers, a small registry-key object and internet
+// downloads. Everything here
 // is safe to call with null or empty arguments: it then does nothing and
 // returns 0, false or null.
 #pragma once
@@ -99,3 +100,5 @@ private:
 /// Releases a key object returned by CRegKey::GetSubKey (null is ignored).
 /// The registry key itself is left as it is.
 ZORFUTLS_API void DeleteRegKey(CRegKey* key);
+
+#include <zorfutls/InternetDownload.h>

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -52,6 +53,10 @@ public:
   std::vector<HttpRequest> Requests() const;
   /// Ends every hanging reply now (their connections are closed).
   void ReleaseHung();
+
+private:
+  struct Impl;  // sockets and threads, in HttpServer.cpp
+  std::unique_ptr<Impl> m_impl;
 };
 
 }  // namespace zortest
