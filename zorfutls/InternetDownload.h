@@ -71,7 +71,7 @@ private:
   static unsigned long __stdcall ThreadMain(void* self);
   void Run();
 
-  void* m_session;          // the HINTERNET of the session in use
+  void* m_session;          // the download's own asynchronous HINTERNET session
   void* m_thread;           // the download thread's handle, or null
   wchar_t* m_url;           // owned copies for the thread
   wchar_t* m_file;
@@ -81,6 +81,6 @@ private:
   volatile unsigned long m_status;
   volatile unsigned long m_total;
   volatile unsigned long m_received;
-  void* m_request;          // the open request while one is out, under m_lock:
-  CRITICAL_SECTION m_lock;  // closing it from TerminateDownload ends a blocked read
+  void* m_job;              // what the thread shares with WinINet while it runs
+  CRITICAL_SECTION m_lock;  // guards m_job against TerminateDownload
 };
