@@ -86,20 +86,21 @@ TEST(InternetAccess, UserAgentNamesTheLibraryAndTheContact) {
   EXPECT_EQ(std::wstring(longContact.UserAgent()), agent + L" ( " + std::wstring(127, L'c') + L" )");
 }
 
-TEST_F(Download, RefusedOrCutRepliesNeverReplaceTheFile) {
-  static const struct { const char* path; int status; HttpReply::Behaviour behaviour; bool oldFile; } kCases[] = {
-      {"/missing", 404, HttpReply::kNormal, false}, {"/error", 500, HttpReply::kNormal, true},
-      {"/busy", 503, HttpReply::kNormal, true},     {"/cut", 200, HttpReply::kCloseEarly, false},
-      {"/cut", 200, HttpReply::kCloseEarly, true}};
+TEST_F(Download, OnlyACompleteTwoHundredsReplyReplacesTheFile) {
+  static const struct { const char* path; int status; HttpReply::Behaviour behaviour; bool oldFile, saved; } kCases[] = {
+      {"/missing", 404, HttpReply::kNormal, false, false}, {"/error", 500, HttpReply::kNormal, true, false},
+      {"/busy", 503, HttpReply::kNormal, true, false},     {"/cut", 200, HttpReply::kCloseEarly, false, false},
+      {"/cut", 200, HttpReply::kCloseEarly, true, false},  {"/odd", 299, HttpReply::kNormal, true, true}};
+  const std::string body = Pattern(20000);
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.path);
-    replies[c.path] = HttpReply{c.status, Pattern(20000), "text/html", true, c.behaviour};
+    replies[c.path] = HttpReply{c.status, body, "text/html", true, c.behaviour};
     if (c.oldFile) { ASSERT_TRUE(zortest::WriteBytes(file, "complete older file")); }
     ASSERT_TRUE(Run(c.path));
-    EXPECT_FALSE(d.Succeeded());
+    EXPECT_EQ(d.Succeeded(), c.saved);
     EXPECT_EQ(d.StatusCode(), static_cast<unsigned long>(c.status));
     EXPECT_EQ(FilesIn(dir.path()), c.oldFile ? Files{L"out.bin"} : Files{});
-    if (c.oldFile) { EXPECT_EQ(zortest::ReadBytes(file), "complete older file"); }
+    if (c.oldFile) { EXPECT_TRUE(zortest::ReadBytes(file) == (c.saved ? body : "complete older file")); }
     DeleteFileW(file.c_str());
   }
 }
