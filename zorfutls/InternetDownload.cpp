@@ -57,6 +57,10 @@ struct UrlParts {
 };
 
 bool CrackUrl(const wchar_t* url, UrlParts* out) {
+  // A line break in a URL would end the request line early and let the rest
+  // pass for headers of the caller's choosing.
+  for (const wchar_t* p = url; *p; ++p)
+    if (*p < 0x20 || *p == 0x7F) return false;
   URL_COMPONENTSW c = {};
   c.dwStructSize = sizeof c;
   c.dwHostNameLength = c.dwUrlPathLength = c.dwExtraInfoLength = 1;  // point into `url`

@@ -146,7 +146,7 @@ TEST_F(Download, RefusesBadArguments) {
   const std::wstring url = server.Url("/ok");
   EXPECT_EQ(d.StartDownload(nullptr, url.c_str(), file.c_str(), 0), 0);
   for (const wchar_t* bad : {static_cast<const wchar_t*>(nullptr), L"", L"ftp://127.0.0.1/x", L"not a url",
-                             L"file:///C:/x", L"http://"})
+                             L"file:///C:/x", L"http://", L"http://127.0.0.1/a\r\nX-Extra: 1"})
     EXPECT_EQ(d.StartDownload(&access, bad, file.c_str(), 0), 0) << zortest::Escape(bad ? bad : L"(null)");
   EXPECT_EQ(d.StartDownload(&access, url.c_str(), nullptr, 0), 0);
   EXPECT_EQ(d.StartDownload(&access, url.c_str(), L"", 0), 0);
