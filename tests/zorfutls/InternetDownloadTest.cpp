@@ -113,6 +113,14 @@ TEST_F(Download, CountsBytesAsTheyArrive) {
     partway = partway || ((got = d.ReceivedBytes()) > 0 && got < 4000 && d.IsBusy() && d.TotalBytes() == 4000);
   EXPECT_TRUE(partway);
   EXPECT_TRUE(d.Succeeded() && d.ReceivedBytes() == 4000u);
+
+  replies["/slow"].pieceDelayMs = 50;  // stopped halfway: nothing is saved
+  DeleteFileW(file.c_str());
+  ASSERT_TRUE(Start("/slow") && WaitUntil([&] { return d.ReceivedBytes() > 0; }));
+  d.TerminateDownload();
+  EXPECT_TRUE(WaitUntil([&] { return !d.IsBusy(); }));
+  EXPECT_FALSE(d.Succeeded());
+  EXPECT_EQ(FilesIn(dir.path()), Files{});
 }
 
 TEST_F(Download, StopsAHangingReplyPromptly) {
