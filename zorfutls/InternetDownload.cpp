@@ -2,6 +2,12 @@
 // writes into "<file>.<thread id>.part" beside the destination, so that the
 // destination only ever holds a complete reply: the part file is moved over it
 // at the end, or deleted when anything went wrong.
+//
+// Each download talks to WinINet asynchronously, in a session of its own with
+// the host's user agent, and waits for either WinINet's completion or
+// TerminateDownload. A blocking call could not be stopped: closing a request
+// handle does not wake a read blocked on it everywhere (Wine keeps waiting
+// until the server answers), and the destructor must not wait on a server.
 #include <zorfutls/zorfutls.h>
 
 #include <wininet.h>
@@ -51,6 +57,10 @@ struct UrlParts {
 };
 
 bool CrackUrl(const wchar_t* url, UrlParts* out) {
+  // A line break in a URL would end the request line early and let the rest
+  // pass for headers of the caller's choosing.
+  for (const wchar_t* p = url; *p; ++p)
+    if (*p < 0x20 || *p == 0x7F) return false;
   URL_COMPONENTSW c = {};
   c.dwStructSize = sizeof c;
   c.dwHostNameLength = c.dwUrlPathLength = c.dwExtraInfoLength = 1;  // point into `url`
@@ -64,6 +74,34 @@ bool CrackUrl(const wchar_t* url, UrlParts* out) {
   if (c.lpszExtraInfo) out->pathAndQuery.append(c.lpszExtraInfo, c.dwExtraInfoLength);
   if (out->pathAndQuery.empty()) out->pathAndQuery = L"/";
   return true;
+}
+
+// What a download shares with WinINet: an operation that went pending may
+// finish (writing `available` or `got` and the buffer) after the download
+// gave up on it, so these live until both have let go.
+struct Job {
+  static const DWORD kChunk = 64 * 1024;
+  volatile LONG refs = 1;  // the download thread's, and the request handle's
+  HANDLE wake = CreateEventW(nullptr, FALSE, FALSE, nullptr);  // completion or stop
+  DWORD_PTR result = 0;
+  DWORD available = 0, got = 0;
+  char buffer[kChunk];
+
+  ~Job() { if (wake) CloseHandle(wake); }
+  void Release() {
+    if (InterlockedDecrement(&refs) == 0) delete this;
+  }
+};
+
+void CALLBACK OnStatus(HINTERNET, DWORD_PTR context, DWORD status, LPVOID info, DWORD) {
+  Job* job = reinterpret_cast<Job*>(context);
+  if (!job) return;
+  if (status == INTERNET_STATUS_REQUEST_COMPLETE) {
+    job->result = static_cast<INTERNET_ASYNC_RESULT*>(info)->dwResult;
+    SetEvent(job->wake);
+  } else if (status == INTERNET_STATUS_HANDLE_CLOSING) {
+    job->Release();  // the request handle's last word
+  }
 }
 
 }  // namespace
@@ -93,7 +131,7 @@ const wchar_t* MyInternetAccess::UserAgent() const { return m_userAgent; }
 
 CInternetDownload::CInternetDownload()
     : m_session(nullptr), m_thread(nullptr), m_url(nullptr), m_file(nullptr), m_busy(0),
-      m_stop(0), m_succeeded(0), m_status(0), m_total(0), m_received(0), m_request(nullptr) {
+      m_stop(0), m_succeeded(0), m_status(0), m_total(0), m_received(0), m_job(nullptr) {
   InitializeCriticalSection(&m_lock);
 }
 
@@ -127,14 +165,19 @@ int CInternetDownload::StartDownload(MyInternetAccess* session, const wchar_t* u
   delete[] m_file;
   m_url = CopyText(url);
   m_file = CopyText(destinationFile);
-  m_session = session->Session();
   m_stop = 0;
   m_succeeded = 0;
   m_status = 0;
   m_total = 0;
   m_received = 0;
-  if (m_url && m_file) m_thread = CreateThread(nullptr, 0, ThreadMain, this, 0, nullptr);
+  // The thread owns and closes this session.
+  m_session = InternetOpenW(session->UserAgent(), INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr,
+                            INTERNET_FLAG_ASYNC);
+  if (m_session) InternetSetStatusCallbackW(static_cast<HINTERNET>(m_session), OnStatus);
+  if (m_url && m_file && m_session) m_thread = CreateThread(nullptr, 0, ThreadMain, this, 0, nullptr);
   if (!m_thread) {
+    if (m_session) InternetCloseHandle(m_session);
+    m_session = nullptr;
     InterlockedExchange(&m_busy, 0);
     return 0;
   }
@@ -143,12 +186,8 @@ int CInternetDownload::StartDownload(MyInternetAccess* session, const wchar_t* u
 
 void CInternetDownload::TerminateDownload() {
   InterlockedExchange(&m_stop, 1);
-  // WinINet gives up a read blocked on the request once its handle is closed.
   LockGuard lock(&m_lock);
-  if (m_request) {
-    InternetCloseHandle(m_request);
-    m_request = nullptr;
-  }
+  if (m_job) SetEvent(static_cast<Job*>(m_job)->wake);
 }
 
 bool CInternetDownload::IsBusy() const { return m_busy != 0; }
@@ -160,32 +199,48 @@ unsigned long CInternetDownload::ReceivedBytes() const { return m_received; }
 unsigned long __stdcall CInternetDownload::ThreadMain(void* self) {
   CInternetDownload* me = static_cast<CInternetDownload*>(self);
   me->Run();
+  InternetCloseHandle(static_cast<HINTERNET>(me->m_session));
+  me->m_session = nullptr;
   InterlockedExchange(&me->m_busy, 0);  // last: the object may be reused or destroyed now
   return 0;
 }
 
 void CInternetDownload::Run() {
   UrlParts parts;
-  if (!CrackUrl(m_url, &parts)) return;
+  Job* job = new (std::nothrow) Job;
+  if (!job) return;
+  if (!job->wake || !CrackUrl(m_url, &parts)) {
+    job->Release();
+    return;
+  }
+  {
+    LockGuard lock(&m_lock);
+    m_job = job;
+  }
+  // Whether a call that WinINet may finish later has succeeded; false as soon
+  // as the download is told to stop. `pending` says it went the long way.
+  bool pending = false;
+  auto finished = [&](BOOL ok) {
+    pending = false;
+    if (ok) return m_stop == 0;
+    if (GetLastError() != ERROR_IO_PENDING || m_stop) return false;
+    WaitForSingleObject(job->wake, INFINITE);
+    pending = true;
+    return m_stop == 0 && job->result != 0;
+  };
+
   NetHandle connection;
   connection.h = InternetConnectW(static_cast<HINTERNET>(m_session), parts.host.c_str(), parts.port,
                                   nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, 0);
-  if (!connection.h) return;
   DWORD requestFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_NO_UI |
                        INTERNET_FLAG_PRAGMA_NOCACHE | INTERNET_FLAG_NO_COOKIES;
   if (parts.secure) requestFlags |= INTERNET_FLAG_SECURE;
-  HINTERNET request = HttpOpenRequestW(connection.h, L"GET", parts.pathAndQuery.c_str(), nullptr,
-                                       nullptr, nullptr, requestFlags, 0);
-  if (!request) return;
-  {
-    // From here on TerminateDownload may close the request under us; whoever
-    // finds m_request set closes it, exactly once.
-    LockGuard lock(&m_lock);
-    if (m_stop) {
-      InternetCloseHandle(request);
-      return;
-    }
-    m_request = request;
+  NetHandle request;
+  if (connection.h) {
+    InterlockedIncrement(&job->refs);  // given back when the request handle closes
+    request.h = HttpOpenRequestW(connection.h, L"GET", parts.pathAndQuery.c_str(), nullptr, nullptr,
+                                 nullptr, requestFlags, reinterpret_cast<DWORD_PTR>(job));
+    if (!request.h) job->Release();
   }
 
   std::wstring partFile = m_file;
@@ -196,45 +251,49 @@ void CInternetDownload::Run() {
   FileHandle out;
   bool complete = false;
 
-  if (HttpSendRequestW(request, nullptr, 0, nullptr, 0) && !m_stop) {
+  ResetEvent(job->wake);
+  if (request.h && !m_stop && finished(HttpSendRequestW(request.h, nullptr, 0, nullptr, 0))) {
     DWORD value = 0, size = sizeof value;
-    if (HttpQueryInfoW(request, HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
+    if (HttpQueryInfoW(request.h, HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
       m_status = value;
     value = 0;
     size = sizeof value;
-    if (HttpQueryInfoW(request, HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
+    if (HttpQueryInfoW(request.h, HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
       m_total = value;
     // An error page is not the file that was asked for: only 2xx is saved.
     if (m_status >= 200 && m_status < 300)
       out.h = CreateFileW(partFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                           FILE_ATTRIBUTE_NORMAL, nullptr);
   }
-  if (out.h != INVALID_HANDLE_VALUE) {
-    const DWORD kChunk = 64 * 1024;
-    char* buffer = new (std::nothrow) char[kChunk];
-    while (buffer && !m_stop) {
-      DWORD got = 0, written = 0;
-      if (!InternetReadFile(request, buffer, kChunk, &got)) break;
-      if (got == 0) {
-        // The end of the reply; a connection that closed before the announced
-        // length arrived is a failure, not a short file.
-        complete = m_total == 0 || m_received == m_total;
-        break;
-      }
-      if (!WriteFile(out.h, buffer, got, &written, nullptr) || written != got) break;
-      InterlockedExchangeAdd(reinterpret_cast<volatile LONG*>(&m_received), static_cast<LONG>(got));
+  while (out.h != INVALID_HANDLE_VALUE) {
+    // Read what has arrived, not a whole buffer's worth: the received count
+    // is the host's progress figure.
+    ResetEvent(job->wake);
+    if (!finished(InternetQueryDataAvailable(request.h, &job->available, 0, 0))) break;
+    if (pending) continue;  // it has arrived now: ask again how much
+    DWORD want = job->available < Job::kChunk ? job->available : Job::kChunk;
+    job->got = 0;
+    ResetEvent(job->wake);
+    if (want > 0 && !finished(InternetReadFile(request.h, job->buffer, want, &job->got))) break;
+    if (job->got == 0) {
+      // The end of the reply; a connection that closed before the announced
+      // length arrived is a failure, not a short file.
+      complete = m_total == 0 || m_received == m_total;
+      break;
     }
-    delete[] buffer;
-    out.Close();
+    DWORD written = 0;
+    if (!WriteFile(out.h, job->buffer, job->got, &written, nullptr) || written != job->got) break;
+    InterlockedExchangeAdd(reinterpret_cast<volatile LONG*>(&m_received), static_cast<LONG>(job->got));
   }
-  {
-    LockGuard lock(&m_lock);
-    if (m_request) InternetCloseHandle(m_request);
-    m_request = nullptr;
-  }
+  out.Close();
   if (complete && !m_stop &&
       MoveFileExW(partFile.c_str(), m_file, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
     m_succeeded = 1;
   else
     DeleteFileW(partFile.c_str());
+  {
+    LockGuard lock(&m_lock);
+    m_job = nullptr;
+  }
+  job->Release();
 }

@@ -13,7 +13,8 @@ public:
   /// Opens the session (system proxy settings). `contact` (may be null) is
   /// an address such as a mail address or a web page, cut to 127 characters.
   explicit MyInternetAccess(const wchar_t* contact = nullptr);
-  /// Closes the session. Downloads still using it must be finished first.
+  /// Closes the session. Downloads started with it keep running: each has a
+  /// session of its own with this user agent.
   ~MyInternetAccess();
   /// Whether the session is open.
   bool IsOpen() const;
@@ -34,7 +35,8 @@ private:
 /// appears under its name only complete: the reply is written to a temporary
 /// file beside it and moved into place (replacing an older file) when the
 /// whole reply has arrived with a 2xx status. A failed, refused (any status
-/// other than 2xx) or terminated download leaves no file under that name.
+/// other than 2xx) or terminated download never touches that name: an older
+/// file there stays as it was, and no file appears where there was none.
 class ZORFUTLS_API CInternetDownload {
 public:
   CInternetDownload();
@@ -71,7 +73,7 @@ private:
   static unsigned long __stdcall ThreadMain(void* self);
   void Run();
 
-  void* m_session;          // the HINTERNET of the session in use
+  void* m_session;          // the download's own asynchronous HINTERNET session
   void* m_thread;           // the download thread's handle, or null
   wchar_t* m_url;           // owned copies for the thread
   wchar_t* m_file;
@@ -81,6 +83,6 @@ private:
   volatile unsigned long m_status;
   volatile unsigned long m_total;
   volatile unsigned long m_received;
-  void* m_request;          // the open request while one is out, under m_lock:
-  CRITICAL_SECTION m_lock;  // closing it from TerminateDownload ends a blocked read
+  void* m_job;              // what the thread shares with WinINet while it runs
+  CRITICAL_SECTION m_lock;  // guards m_job against TerminateDownload
 };
