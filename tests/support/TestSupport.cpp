@@ -2,6 +2,7 @@
 #include "tests/support/TestSupport.h"
 
 #include <windows.h>
+#include <tlhelp32.h>
 
 #include <cstdio>
 #include <map>
@@ -233,4 +234,34 @@ void RunOnThread(std::function<void()> body) {
   WaitForSingleObject(h, INFINITE);
   CloseHandle(h);
 }
+/// The threads of this process.
+size_t ThreadCount() {
+  size_t n = 0;
+  HANDLE snap = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  THREADENTRY32 te;
+  te.dwSize = sizeof te;
+  for (BOOL ok = Thread32First(snap, &te); ok; ok = Thread32Next(snap, &te))
+    n += te.th32OwnerProcessID == GetCurrentProcessId();
+  CloseHandle(snap);
+  return n;
+}
+
+// GetProcessHandleCount where it works; Wine answers 0, so there the system's
+// handle list (NtQuerySystemInformation, SystemHandleInformation) is counted.
+size_t HandleCount() {
+  DWORD count = 0;
+  if (GetProcessHandleCount(GetCurrentProcess(), &count) && count) return count;
+  struct Entry { ULONG pid; BYTE type, flags; USHORT value; void* object; ULONG access; };
+  using Query = LONG(WINAPI*)(int, void*, ULONG, ULONG*);
+  auto query = reinterpret_cast<Query>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+  std::vector<char> buf(1 << 16);
+  ULONG need = 0;
+  while (query && query(16, buf.data(), static_cast<ULONG>(buf.size()), &need) == static_cast<LONG>(0xC0000004))
+    buf.resize(buf.size() * 2);
+  const Entry* entries = reinterpret_cast<const Entry*>(buf.data() + sizeof(void*));
+  for (ULONG i = 0; i < *reinterpret_cast<ULONG*>(buf.data()); ++i) count += entries[i].pid == GetCurrentProcessId();
+  return count;
+}
+
 }  // namespace zortest

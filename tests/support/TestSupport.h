@@ -111,4 +111,9 @@ namespace zortest {
 HANDLE StartThread(std::function<void()> body);
 /// Runs `body` on a new thread and waits for it to end.
 void RunOnThread(std::function<void()> body);
+/// The threads of this process, and its handles (counted through the
+/// system's handle list where GetProcessHandleCount answers 0, as on Wine).
+size_t ThreadCount();
+size_t HandleCount();
+
 }  // namespace zortest

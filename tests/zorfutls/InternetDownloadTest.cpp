@@ -1,6 +1,6 @@
 // Internet downloads against the tests' own HTTP server on 127.0.0.1, into
 // real files in a temporary folder.
-#include "tests/support/HttpServer.h"
+#include "tools/loopback/HttpServer.h"
 #include "tests/support/TestSupport.h"
 
 #include <tlhelp32.h>
@@ -9,8 +9,8 @@
 
 namespace {
 
-using zortest::HttpReply;
-using zortest::HttpRequest;
+using zorloopback::HttpReply;
+using zorloopback::HttpRequest;
 using Files = std::vector<std::wstring>;
 
 // Generous: only there so that a fault ends in a failure instead of a hang.
@@ -38,7 +38,7 @@ Files FilesIn(const std::wstring& dir) {  // part files included
 class Download : public testing::Test {
 protected:
   std::map<std::string, HttpReply> replies;  // by path without the query; 404 otherwise
-  zortest::HttpServer server{[this](const HttpRequest& r) {
+  zorloopback::HttpServer server{[this](const HttpRequest& r) {
     auto it = replies.find(r.target.substr(0, r.target.find('?')));
     return it != replies.end() ? it->second : HttpReply{404, "none"};
   }};
@@ -140,7 +140,7 @@ TEST_F(Download, StopsAHangingReplyPromptly) {
   CloseHandle(t);
 
   {  // the server goes away under a hanging download
-    zortest::HttpServer gone([](const HttpRequest&) { return HttpReply{200, "", "", true, HttpReply::kHang}; });
+    zorloopback::HttpServer gone([](const HttpRequest&) { return HttpReply{200, "", "", true, HttpReply::kHang}; });
     ASSERT_NE(d.StartDownload(&access, gone.Url("/").c_str(), file.c_str(), 0), 0);
     ASSERT_TRUE(WaitUntil([&] { return gone.Requests().size() == 1; }));
   }
@@ -167,40 +167,11 @@ TEST_F(Download, RefusesBadArguments) {
   EXPECT_TRUE(server.Requests().empty());
 }
 
-size_t ThreadCount() {
-  size_t n = 0;
-  HANDLE snap = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-  THREADENTRY32 te;
-  te.dwSize = sizeof te;
-  for (BOOL ok = Thread32First(snap, &te); ok; ok = Thread32Next(snap, &te))
-    n += te.th32OwnerProcessID == GetCurrentProcessId();
-  CloseHandle(snap);
-  return n;
-}
-
-// GetProcessHandleCount where it works; Wine answers 0, so there the system's
-// handle list (NtQuerySystemInformation, SystemHandleInformation) is counted.
-size_t HandleCount() {
-  DWORD count = 0;
-  if (GetProcessHandleCount(GetCurrentProcess(), &count) && count) return count;
-  struct Entry { ULONG pid; BYTE type, flags; USHORT value; void* object; ULONG access; };
-  using Query = LONG(WINAPI*)(int, void*, ULONG, ULONG*);
-  auto query = reinterpret_cast<Query>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
-  std::vector<char> buf(1 << 16);
-  ULONG need = 0;
-  while (query && query(16, buf.data(), static_cast<ULONG>(buf.size()), &need) == static_cast<LONG>(0xC0000004))
-    buf.resize(buf.size() * 2);
-  const Entry* entries = reinterpret_cast<const Entry*>(buf.data() + sizeof(void*));
-  for (ULONG i = 0; i < *reinterpret_cast<ULONG*>(buf.data()); ++i) count += entries[i].pid == GetCurrentProcessId();
-  return count;
-}
-
 TEST(InternetDownloadResources, NoThreadOrHandleOutlivesItsDownloads) {
   zortest::TempDir dir;
   auto batch = [&dir](int rounds) {  // a server, and downloads that succeed, fail and hang
     MyInternetAccess access;
-    zortest::HttpServer server([](const HttpRequest& r) {
+    zorloopback::HttpServer server([](const HttpRequest& r) {
       return HttpReply{r.target == "/missing" ? 404 : 200, std::string(5000, 'x'), "", true,
                        r.target == "/hang" ? HttpReply::kHang : HttpReply::kNormal};
     });
@@ -213,10 +184,10 @@ TEST(InternetDownloadResources, NoThreadOrHandleOutlivesItsDownloads) {
   };
   batch(2);  // WinINet's worker pool and Winsock stay after their first use
   Sleep(200);
-  const size_t threads = ThreadCount(), handles = HandleCount();
+  const size_t threads = zortest::ThreadCount(), handles = zortest::HandleCount();
   batch(4);
   Sleep(200);
-  const size_t threadsAfter = ThreadCount(), handlesAfter = HandleCount();
+  const size_t threadsAfter = zortest::ThreadCount(), handlesAfter = zortest::HandleCount();
   printf("threads %u -> %u, handles %u -> %u\n", static_cast<unsigned>(threads),
          static_cast<unsigned>(threadsAfter), static_cast<unsigned>(handles), static_cast<unsigned>(handlesAfter));
   EXPECT_GT(handles, 0u);

@@ -8,7 +8,7 @@
 // against them (no network needed).
 #include <zorutils/zorutils.h>
 
-#include "tests/support/HttpServer.h"
+#include "tools/loopback/HttpServer.h"
 
 #include <windows.h>
 
@@ -106,8 +106,8 @@ int Lookup(int argc, wchar_t** argv) {
   MusicBrainzLookup lookup(&session, temp);
   if (!args.empty() && args[0] == L"demo") {
     // The recorded replies, answered by a server in this process.
-    zortest::HttpServer recorded([](const zortest::HttpRequest& r) {
-      zortest::HttpReply reply;
+    zorloopback::HttpServer recorded([](const zorloopback::HttpRequest& r) {
+      zorloopback::HttpReply reply;
       const std::string& t = r.target;
       reply.body = ReadSample(t.rfind("/ws/1/artist/", 0) == 0     ? L"artists.xml"
                               : t.rfind("/ws/1/release/?", 0) == 0 ? L"releases.xml"

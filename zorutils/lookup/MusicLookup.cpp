@@ -43,6 +43,7 @@ struct TLookupRequest {
   wchar_t url[512];
   CInternetDownload download;
   unsigned serial;  // tells this request from a later one at the same address
+  bool cancelled;   // cancelled before its download started: it never will
 };
 
 namespace {
@@ -132,6 +133,7 @@ bool MusicBrainzLookup::Queue(int kind, const wchar_t* path) {
 
   TLookupRequest* request = new TLookupRequest;
   request->serial = static_cast<unsigned>(::InterlockedIncrement(&g_requestSerial));
+  request->cancelled = false;
   _snwprintf(request->file, 259, L"%sTEMPFILENAME", m_tempFolder);
   request->file[259] = 0;
   _snwprintf(request->url, 511, L"%s%s", m_server, path);
@@ -202,7 +204,10 @@ void MusicBrainzLookup::GetSearchResults(bool& failed, int& count, CMyList*& lis
 
 void MusicBrainzLookup::CancelCurrentSearch() {
   m_lock.Lock();
-  if (m_pending) m_pending->download.TerminateDownload();
+  if (m_pending) {
+    m_pending->cancelled = true;
+    m_pending->download.TerminateDownload();
+  }
   m_lock.Unlock();
 }
 
@@ -224,7 +229,8 @@ void MusicBrainzLookup::Work() {
     bool started = false;
     if (request) {
       wcscpy(file, request->file);
-      started = request->download.StartDownload(m_session, request->url, file, 0) != 0;
+      started = !request->cancelled &&
+                request->download.StartDownload(m_session, request->url, file, 0) != 0;
     }
     m_lock.Unlock();
 

@@ -81,7 +81,8 @@ public:
   /// the service reports (the total of all pages; for songs the tracks) and
   /// the list of records (TLookupArtist, TLookupAlbum or TLookupSong items).
   virtual void GetSearchResults(bool& failed, int& count, CMyList*& list) = 0;
-  /// Stops the running download; the search then ends (usually failed).
+  /// Stops the running download (or keeps a queued one from starting); the
+  /// search then ends, usually failed.
   virtual void CancelCurrentSearch() = 0;
 
 protected:

@@ -1,4 +1,4 @@
-// A real HTTP/1.1 server for the tests: Winsock, listening on 127.0.0.1 on a
+// A small real HTTP/1.1 server for the tests and zortool's lookup demo: Winsock, listening on 127.0.0.1 on a
 // free port, answering on its own thread with what the test's handler says,
 // including on-demand misbehaviour (hang, slow pieces, early close).
 #pragma once
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace zortest {
+namespace zorloopback {
 
 struct HttpRequest {
   std::string method;     // "GET"
@@ -59,4 +59,4 @@ private:
   std::unique_ptr<Impl> m_impl;
 };
 
-}  // namespace zortest
+}  // namespace zorloopback
