@@ -29,13 +29,16 @@ std::wstring Cut(const wchar_t* text, size_t width) {
 
 // Waits for the search, printing its progress on one line; then the table.
 int Report(MusicBrainzLookup& lookup, int kind) {
+  // The progress line is redrawn in place on a console; piped output gets
+  // the final figure only.
+  const bool console = GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) == FILE_TYPE_CHAR;
   int shown = -1;
   for (int i = 0; i < 3000 && !lookup.IsSearchComplete(); ++i) {
     const int p = lookup.GetPercentageComplete();
-    if (p != shown) Out(L"\rwaiting for the reply: " + std::to_wstring(shown = p) + L"%   ");
+    if (console && p != shown) Out(L"\rwaiting for the reply: " + std::to_wstring(shown = p) + L"%   ");
     Sleep(10);
   }
-  Out(L"\r                                \r");
+  Out(console ? L"\r                                \r" : L"search finished\n");
   bool failed = true;
   int count = 0;
   CMyList* list = nullptr;
