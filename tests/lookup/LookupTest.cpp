@@ -165,6 +165,11 @@ TEST_F(Lookup, FailuresGiveNoResults) {
   EXPECT_FALSE(Finish());
   MusicBrainzLookup offline(nullptr, &folder[0]);
   EXPECT_FALSE(offline.GetSongs(id));
+  // The service's address: the public one unless set; too long is refused.
+  EXPECT_STREQ(offline.Server(), L"http://musicbrainz.org");
+  EXPECT_FALSE(offline.SetServer(std::wstring(201, L'h').c_str()));
+  EXPECT_TRUE(lookup->SetServer(L""));
+  EXPECT_STREQ(lookup->Server(), L"http://musicbrainz.org");
 }
 
 TEST_F(Lookup, ProgressCancelAndReplace) {
