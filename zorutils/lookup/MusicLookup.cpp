@@ -3,9 +3,9 @@
 #include <zorutils/lookup/MusicLookup.h>
 
 #include <zorutils/formats/XMLFile.h>
+#include <zorutils/internal/FormatTo.h>
 #include <zorutils/text/HtmlEntities.h>
 
-#include <cstdarg>
 #include <cstdlib>
 #include <cwchar>
 
@@ -29,6 +29,12 @@ void CopyClean(wchar_t* to, size_t size, const wchar_t* from) {
 }
 
 int Number(const wchar_t* text) { return text ? _wtoi(text) : 0; }
+
+// Where every reply of a lookup goes: the temporary folder (ending in a path
+// separator) followed by the fixed name.
+void ReplyFile(wchar_t (&file)[260], const wchar_t* folder) {
+  zor::FormatTo(file, L"%sTEMPFILENAME", folder);
+}
 
 template <class Record>
 Record* NewRecord() {
@@ -102,8 +108,7 @@ MusicBrainzLookup::~MusicBrainzLookup() {
   delete m_pending;
   m_pending = nullptr;
   wchar_t file[260];
-  _snwprintf(file, 259, L"%sTEMPFILENAME", m_tempFolder);
-  file[259] = 0;
+  ReplyFile(file, m_tempFolder);
   ::DeleteFileW(file);
   EraseArtistsList();
   EraseAlbumsList();
@@ -134,10 +139,8 @@ bool MusicBrainzLookup::Queue(int kind, const wchar_t* path) {
   TLookupRequest* request = new TLookupRequest;
   request->serial = static_cast<unsigned>(::InterlockedIncrement(&g_requestSerial));
   request->cancelled = false;
-  _snwprintf(request->file, 259, L"%sTEMPFILENAME", m_tempFolder);
-  request->file[259] = 0;
-  _snwprintf(request->url, 511, L"%s%s", m_server, path);
-  request->url[511] = 0;
+  ReplyFile(request->file, m_tempFolder);
+  zor::FormatTo(request->url, L"%s%s", m_server, path);
   m_lock.Lock();
   TLookupRequest* replaced = m_pending;
   m_pending = request;
@@ -150,35 +153,31 @@ bool MusicBrainzLookup::Queue(int kind, const wchar_t* path) {
 // URL-encoded by the host).
 bool MusicBrainzLookup::SearchArtists(wchar_t* name, int offset) {
   wchar_t path[512];
-  _snwprintf(path, 511, L"/ws/1/artist/?type=xml&offset=%i&limit=100&name=%s", offset,
-             name ? name : L"");
-  path[511] = 0;
+  zor::FormatTo(path, L"/ws/1/artist/?type=xml&offset=%i&limit=100&name=%s", offset,
+                name ? name : L"");
   return Queue(kLookupArtists, path);
 }
 
 bool MusicBrainzLookup::SearchAlbums(wchar_t* artist, wchar_t* title, int offset) {
   wchar_t path[512];
-  _snwprintf(path, 511,
-             L"/ws/1/release/?type=xml&offset=%i&releasetypes=Official&limit=100&artist=%s"
-             L"&title=%s",
-             offset, artist ? artist : L"", title ? title : L"");
-  path[511] = 0;
+  zor::FormatTo(path,
+                L"/ws/1/release/?type=xml&offset=%i&releasetypes=Official&limit=100&artist=%s"
+                L"&title=%s",
+                offset, artist ? artist : L"", title ? title : L"");
   return Queue(kLookupAlbums, path);
 }
 
 bool MusicBrainzLookup::GetAlbums(wchar_t* artistId, int offset) {
   wchar_t path[512];
-  _snwprintf(path, 511,
-             L"/ws/1/release/?type=xml&offset=%i&releasetypes=Official&limit=100&artistid=%s",
-             offset, artistId ? artistId : L"");
-  path[511] = 0;
+  zor::FormatTo(path,
+                L"/ws/1/release/?type=xml&offset=%i&releasetypes=Official&limit=100&artistid=%s",
+                offset, artistId ? artistId : L"");
   return Queue(kLookupArtistAlbums, path);
 }
 
 bool MusicBrainzLookup::GetSongs(wchar_t* releaseId) {
   wchar_t path[512];
-  _snwprintf(path, 511, L"/ws/1/release/%s?type=xml&inc=tracks", releaseId ? releaseId : L"");
-  path[511] = 0;
+  zor::FormatTo(path, L"/ws/1/release/%s?type=xml&inc=tracks", releaseId ? releaseId : L"");
   return Queue(kLookupSongs, path);
 }
 

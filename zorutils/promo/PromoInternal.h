@@ -3,7 +3,6 @@
 
 #include <windows.h>
 
-#include <cstdarg>
 #include <cwchar>
 
 namespace zorpromo {
@@ -13,16 +12,6 @@ DWORD Now();
 
 /// A decimal integer that passes StringIsNumericW, saturated to 32 bits.
 bool ParseNumber(const wchar_t* text, int& value);
-
-/// Formats into a fixed buffer, always terminated (cut when too long).
-template <size_t N>
-void FormatTo(wchar_t (&buffer)[N], const wchar_t* format, ...) {
-  va_list args;
-  va_start(args, format);
-  _vsnwprintf(buffer, N - 1, format, args);
-  va_end(args);
-  buffer[N - 1] = 0;
-}
 
 /// Effects the painter runs over frames (everything but "none" and
 /// "per-char delay").

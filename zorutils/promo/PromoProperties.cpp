@@ -3,6 +3,7 @@
 // names scripts may use.
 #include <zorutils/promo/PromoScript.h>
 
+#include <zorutils/internal/FormatTo.h>
 #include <zorutils/promo/PromoInternal.h>
 
 #include <cwchar>
@@ -96,9 +97,9 @@ void CPromoScript::LoadCurrentTextProperties(const wchar_t* section, int subStep
   // Reads `name` (with the sub-step suffix when there is one) into `value`.
   auto read = [&](const wchar_t* name) -> const wchar_t* {
     if (subStep >= 1)
-      zorpromo::FormatTo(key, L"%s.%d", name, subStep);
+      zor::FormatTo(key, L"%s.%d", name, subStep);
     else
-      zorpromo::FormatTo(key, L"%s", name);
+      zor::FormatTo(key, L"%s", name);
     m_script.GetString(section, key, L"", value, 260);
     return value;
   };
@@ -119,7 +120,7 @@ void CPromoScript::LoadCurrentTextProperties(const wchar_t* section, int subStep
   if (readSize(L"font size", size)) m_font.lfHeight = -size;
   // "font size@W" wins on a screen W pixels wide.
   wchar_t sized[64];
-  zorpromo::FormatTo(sized, L"font size@%d", ::GetSystemMetrics(SM_CXFULLSCREEN));
+  zor::FormatTo(sized, L"font size@%d", ::GetSystemMetrics(SM_CXFULLSCREEN));
   if (readSize(sized, size)) m_font.lfHeight = -size;
 
   LONG weight = m_font.lfWeight;

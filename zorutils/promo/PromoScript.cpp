@@ -3,6 +3,7 @@
 #include <zorutils/promo/PromoScript.h>
 
 #include <zorutils/internal/TestSeams.h>
+#include <zorutils/internal/FormatTo.h>
 #include <zorutils/promo/PromoInternal.h>
 #include <zorutils/strings/LanguageStrings.h>
 #include <zorutils/text/StringUtils.h>
@@ -44,7 +45,7 @@ bool ParseNumber(const wchar_t* text, int& value) {
 
 }  // namespace zorpromo
 
-using zorpromo::FormatTo;
+using zor::FormatTo;
 
 CPromoScript::CPromoScript()
     : m_window(nullptr),
