@@ -9,6 +9,7 @@
 // handle does not wake a read blocked on it everywhere (Wine keeps waiting
 // until the server answers), and the destructor must not wait on a server.
 #include <zorfutls/zorfutls.h>
+#include <zorutils/internal/Handles.h>  // header-only RAII helpers, shared with zorutils
 
 #include <wininet.h>
 
@@ -21,25 +22,12 @@
 
 namespace {
 
-struct LockGuard {
-  explicit LockGuard(CRITICAL_SECTION* cs) : m_cs(cs) { EnterCriticalSection(m_cs); }
-  ~LockGuard() { LeaveCriticalSection(m_cs); }
-  CRITICAL_SECTION* m_cs;
+struct InternetHandleTraits {  // an HINTERNET: empty at null
+  using Handle = HINTERNET;
+  static Handle Invalid() { return nullptr; }
+  static void Close(Handle h) { InternetCloseHandle(h); }
 };
-
-struct NetHandle {  // an HINTERNET closed when the scope ends
-  HINTERNET h = nullptr;
-  ~NetHandle() { if (h) InternetCloseHandle(h); }
-};
-
-struct FileHandle {
-  HANDLE h = INVALID_HANDLE_VALUE;
-  ~FileHandle() { Close(); }
-  void Close() {
-    if (h != INVALID_HANDLE_VALUE) CloseHandle(h);
-    h = INVALID_HANDLE_VALUE;
-  }
-};
+using NetHandle = zor::UniqueHandle<InternetHandleTraits>;
 
 wchar_t* CopyText(const wchar_t* s) {
   size_t n = wcslen(s) + 1;
@@ -186,7 +174,7 @@ int CInternetDownload::StartDownload(MyInternetAccess* session, const wchar_t* u
 
 void CInternetDownload::TerminateDownload() {
   InterlockedExchange(&m_stop, 1);
-  LockGuard lock(&m_lock);
+  zor::CsLock lock(m_lock);
   if (m_job) SetEvent(static_cast<Job*>(m_job)->wake);
 }
 
@@ -214,7 +202,7 @@ void CInternetDownload::Run() {
     return;
   }
   {
-    LockGuard lock(&m_lock);
+    zor::CsLock lock(m_lock);
     m_job = job;
   }
   // Whether a call that WinINet may finish later has succeeded; false as soon
@@ -229,18 +217,17 @@ void CInternetDownload::Run() {
     return m_stop == 0 && job->result != 0;
   };
 
-  NetHandle connection;
-  connection.h = InternetConnectW(static_cast<HINTERNET>(m_session), parts.host.c_str(), parts.port,
-                                  nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, 0);
+  NetHandle connection(InternetConnectW(static_cast<HINTERNET>(m_session), parts.host.c_str(),
+                                        parts.port, nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, 0));
   DWORD requestFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_NO_UI |
                        INTERNET_FLAG_PRAGMA_NOCACHE | INTERNET_FLAG_NO_COOKIES;
   if (parts.secure) requestFlags |= INTERNET_FLAG_SECURE;
   NetHandle request;
-  if (connection.h) {
+  if (connection) {
     InterlockedIncrement(&job->refs);  // given back when the request handle closes
-    request.h = HttpOpenRequestW(connection.h, L"GET", parts.pathAndQuery.c_str(), nullptr, nullptr,
-                                 nullptr, requestFlags, reinterpret_cast<DWORD_PTR>(job));
-    if (!request.h) job->Release();
+    request.reset(HttpOpenRequestW(connection.get(), L"GET", parts.pathAndQuery.c_str(), nullptr,
+                                   nullptr, nullptr, requestFlags, reinterpret_cast<DWORD_PTR>(job)));
+    if (!request) job->Release();
   }
 
   std::wstring partFile = m_file;
@@ -248,33 +235,33 @@ void CInternetDownload::Run() {
   _snwprintf(suffix, 23, L".%lx.part", GetCurrentThreadId());
   suffix[23] = 0;
   partFile += suffix;
-  FileHandle out;
+  zor::FileHandle out;
   bool complete = false;
 
   ResetEvent(job->wake);
-  if (request.h && !m_stop && finished(HttpSendRequestW(request.h, nullptr, 0, nullptr, 0))) {
+  if (request && !m_stop && finished(HttpSendRequestW(request.get(), nullptr, 0, nullptr, 0))) {
     DWORD value = 0, size = sizeof value;
-    if (HttpQueryInfoW(request.h, HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
+    if (HttpQueryInfoW(request.get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
       m_status = value;
     value = 0;
     size = sizeof value;
-    if (HttpQueryInfoW(request.h, HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
+    if (HttpQueryInfoW(request.get(), HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
       m_total = value;
     // An error page is not the file that was asked for: only 2xx is saved.
     if (m_status >= 200 && m_status < 300)
-      out.h = CreateFileW(partFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                          FILE_ATTRIBUTE_NORMAL, nullptr);
+      out.reset(CreateFileW(partFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                            FILE_ATTRIBUTE_NORMAL, nullptr));
   }
-  while (out.h != INVALID_HANDLE_VALUE) {
+  while (out) {
     // Read what has arrived, not a whole buffer's worth: the received count
     // is the host's progress figure.
     ResetEvent(job->wake);
-    if (!finished(InternetQueryDataAvailable(request.h, &job->available, 0, 0))) break;
+    if (!finished(InternetQueryDataAvailable(request.get(), &job->available, 0, 0))) break;
     if (pending) continue;  // it has arrived now: ask again how much
     DWORD want = job->available < Job::kChunk ? job->available : Job::kChunk;
     job->got = 0;
     ResetEvent(job->wake);
-    if (want > 0 && !finished(InternetReadFile(request.h, job->buffer, want, &job->got))) break;
+    if (want > 0 && !finished(InternetReadFile(request.get(), job->buffer, want, &job->got))) break;
     if (job->got == 0) {
       // The end of the reply; a connection that closed before the announced
       // length arrived is a failure, not a short file.
@@ -282,17 +269,17 @@ void CInternetDownload::Run() {
       break;
     }
     DWORD written = 0;
-    if (!WriteFile(out.h, job->buffer, job->got, &written, nullptr) || written != job->got) break;
+    if (!WriteFile(out.get(), job->buffer, job->got, &written, nullptr) || written != job->got) break;
     InterlockedExchangeAdd(reinterpret_cast<volatile LONG*>(&m_received), static_cast<LONG>(job->got));
   }
-  out.Close();
+  out.reset();
   if (complete && !m_stop &&
       MoveFileExW(partFile.c_str(), m_file, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
     m_succeeded = 1;
   else
     DeleteFileW(partFile.c_str());
   {
-    LockGuard lock(&m_lock);
+    zor::CsLock lock(m_lock);
     m_job = nullptr;
   }
   job->Release();
