@@ -7,6 +7,8 @@
 // transition or a per-character reveal ran.
 #include <zorutils/zorutils.h>
 
+#include "Shot.h"
+
 #include <windows.h>
 
 #include <cstdio>
@@ -27,40 +29,6 @@ struct Session {
 };
 Session g_session;
 
-// Writes the player's current picture as a 24-bit BMP.
-bool SaveFrame(HDC source, const std::wstring& path) {
-  const int rowBytes = ((kWidth * 24 + 31) / 32) * 4;
-  BITMAPINFO info = {};
-  info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-  info.bmiHeader.biWidth = kWidth;
-  info.bmiHeader.biHeight = kHeight;  // bottom-up, as BMP files are stored
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 24;
-  info.bmiHeader.biCompression = BI_RGB;
-  void* bits = nullptr;
-  HBITMAP bitmap = CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-  if (!bitmap) return false;
-  HDC dc = CreateCompatibleDC(source);
-  HGDIOBJ old = SelectObject(dc, bitmap);
-  BitBlt(dc, 0, 0, kWidth, kHeight, source, 0, 0, SRCCOPY);
-  GdiFlush();
-  BITMAPFILEHEADER file = {};
-  file.bfType = 0x4D42;  // "BM"
-  file.bfOffBits = sizeof(BITMAPFILEHEADER) + sizeof(BITMAPINFOHEADER);
-  file.bfSize = file.bfOffBits + static_cast<DWORD>(rowBytes) * kHeight;
-  bool ok = false;
-  if (FILE* f = _wfopen(path.c_str(), L"wb")) {
-    ok = fwrite(&file, sizeof file, 1, f) == 1 &&
-         fwrite(&info.bmiHeader, sizeof(BITMAPINFOHEADER), 1, f) == 1 &&
-         fwrite(bits, static_cast<size_t>(rowBytes) * kHeight, 1, f) == 1;
-    ok = fclose(f) == 0 && ok;
-  }
-  SelectObject(dc, old);
-  DeleteDC(dc);
-  DeleteObject(bitmap);
-  return ok;
-}
-
 LRESULT CALLBACK FrameProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_TIMER:
@@ -68,7 +36,7 @@ LRESULT CALLBACK FrameProc(HWND window, UINT message, WPARAM wParam, LPARAM lPar
         Session& s = g_session;
         wchar_t name[32];
         swprintf(name, 32, L"\\frame%04d.bmp", ++s.saved);
-        SaveFrame(s.player->MemoryDC(), s.frames + name);
+        SaveBmp24(s.player->MemoryDC(), 0, 0, kWidth, kHeight, s.frames + name);
         if (s.player->TransitionTimer() || s.player->DoingPerCharDelay()) {
           if (FILE* f = _wfopen((s.frames + L"\\moving.txt").c_str(), L"a")) {
             fprintf(f, "%d\n", s.saved);

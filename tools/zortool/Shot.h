@@ -1,0 +1,14 @@
+// Pictures for the README: zortool's windows saved as 24-bit BMP files,
+// which tools/shots/bmp2png.py turns into PNG.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+/// Copies the w x h pixels at (x, y) of `source` into a 24-bit BMP file.
+bool SaveBmp24(HDC source, int x, int y, int w, int h, const std::wstring& path);
+
+/// Saves what the screen shows of `window` (frame included) after letting it
+/// paint. The window must be visible and not covered.
+bool SaveWindowShot(HWND window, const std::wstring& path);
