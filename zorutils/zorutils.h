@@ -40,6 +40,12 @@
 // Undo
 #include <zorutils/undo/UndoMgr.h>
 
+// Windows user-interface helpers
+#include <zorutils/ui/DialogResources.h>
+#include <zorutils/ui/Dialogs.h>
+#include <zorutils/ui/LinkControl.h>
+#include <zorutils/ui/WindowGeometry.h>
+
 // Files, folders and system information
 #include <zorutils/system/Browsers.h>
 #include <zorutils/system/ClipboardFiles.h>

@@ -5,6 +5,8 @@
 //   zortool promo FILE [--script NAME] [--frames DIR [--count N]]
 //                            plays a promo script in a window (Promo.cpp)
 //   zortool lookup KIND ...  searches the online music catalogue (Lookup.cpp)
+//   zortool msgbox KEY ...   shows the message dialog (Dialogs.cpp)
+//   zortool progress | link  shows the progress dialog or a link control
 #include <zorutils/zorutils.h>
 
 #include "tools/crashreport/CrashReport.h"
@@ -192,6 +194,9 @@ int Demo(const std::wstring& file) {
 
 int Promo(int argc, wchar_t** argv);   // Promo.cpp
 int Lookup(int argc, wchar_t** argv);  // Lookup.cpp
+int MsgBox(int argc, wchar_t** argv);    // Dialogs.cpp
+int Progress(int argc, wchar_t** argv);  // Dialogs.cpp
+int Link(int argc, wchar_t** argv);      // Dialogs.cpp
 
 int wmain(int argc, wchar_t** argv) {
   zorcrash::InstallCrashReport();
@@ -200,6 +205,11 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"demo") return Demo(argc > 2 ? argv[2] : L"");
   if (verb == L"promo") return Promo(argc, argv);
   if (verb == L"lookup") return Lookup(argc, argv);
-  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ...\n");
+  if (verb == L"msgbox") return MsgBox(argc, argv);
+  if (verb == L"progress") return Progress(argc, argv);
+  if (verb == L"link") return Link(argc, argv);
+  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ...\n"
+      L"       | msgbox KEY [--check] [--icon N] [--buttons FLAGS] [--text] [--shot FILE.bmp]\n"
+      L"       | progress [--shot FILE.bmp] | link [--shot FILE.bmp]\n");
   return 2;
 }
