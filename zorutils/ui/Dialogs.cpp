@@ -233,10 +233,15 @@ INT_PTR CALLBACK ProgressDialogProc(HWND, UINT message, WPARAM wParam, LPARAM) {
 
 UINT_PTR CALLBACK FileDialogHook(HWND hook, UINT message, WPARAM, LPARAM lParam) {
   // The hook window is the explorer dialog's child; its parent is the frame.
+  // Centred as the dialog initialises, and again once the frame has taken
+  // its final size (it grows around the hook's child after WM_INITDIALOG).
+  const OPENFILENAMEW* ofn = nullptr;
   if (message == WM_INITDIALOG) {
-    const auto* ofn = reinterpret_cast<const OPENFILENAMEW*>(lParam);
-    CenterWindow(::GetParent(hook), reinterpret_cast<HWND>(ofn->lCustData), true, true, false);
+    ofn = reinterpret_cast<const OPENFILENAMEW*>(lParam);
+  } else if (message == WM_NOTIFY && reinterpret_cast<const NMHDR*>(lParam)->code == CDN_INITDONE) {
+    ofn = reinterpret_cast<const OFNOTIFYW*>(lParam)->lpOFN;
   }
+  if (ofn) CenterWindow(::GetParent(hook), reinterpret_cast<HWND>(ofn->lCustData), true, true, false);
   return 0;
 }
 
