@@ -5,54 +5,47 @@
 
 namespace {
 
+const wchar_t kText[] = L"Visit the web site";
+
 class LinkControl : public ::testing::Test {
 protected:
   void SetUp() override {
     panel = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE, 10, 20, 400, 200,
                             zortest::SharedTopWindow(), nullptr, nullptr, nullptr);
-    font = CreateFontW(-16, 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, 0, 0, L"Tahoma");
     SendMessageW(panel, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+    HDC dc = GetDC(panel);
+    HGDIOBJ old = SelectObject(dc, font);
+    GetTextExtentPoint32W(dc, kText, static_cast<int>(wcslen(kText)), &size);
+    SelectObject(dc, old);
+    ReleaseDC(panel, dc);
   }
-  void TearDown() override {
-    DestroyWindow(panel);
-    DeleteObject(font);
-  }
+  void TearDown() override { DestroyWindow(panel), DeleteObject(font); }
   HWND Label(DWORD align, int x, int y, int id = 0) {
     return CreateWindowExW(0, L"STATIC", L"own text", WS_CHILD | WS_VISIBLE | align, x, y, 300, 30, panel,
                            reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
   }
-  SIZE Measured(const wchar_t* text) {
-    HDC dc = GetDC(panel);
-    HGDIOBJ old = SelectObject(dc, font);
-    SIZE size = {};
-    GetTextExtentPoint32W(dc, text, static_cast<int>(wcslen(text)), &size);
-    SelectObject(dc, old);
-    ReleaseDC(panel, dc);
-    return size;
-  }
   HWND panel = nullptr;
-  HFONT font = nullptr;
+  HFONT font = CreateFontW(-16, 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, 0, 0, L"Tahoma");
+  SIZE size = {};
 };
 
-const wchar_t kText[] = L"Visit the web site";
-
-TEST_F(LinkControl, TextRectangleFollowsTheAlignment) {
-  const SIZE size = Measured(kText);
-  ASSERT_GT(size.cx, 0);
+TEST_F(LinkControl, TextRectangleFollowsTheAlignmentAndIsPaintedUnderlined) {
   const struct { DWORD style; LONG left; } cases[] = {
       {SS_LEFT, 0}, {SS_CENTER, (300 - size.cx) / 2}, {SS_RIGHT, 300 - size.cx}};
   for (const auto& c : cases) {
     CLinkControl link;
-    ASSERT_EQ(1, link.SubClass(Label(c.style, 0, 0), kText, L"https://example.com/", RGB(0, 0, 255)));
+    ASSERT_EQ(1, link.SubClass(Label(c.style, 0, 0), kText, L"https://example.com/", RGB(200, 0, 0)));
     for (int pass = 0; pass < 2; ++pass) {  // as measured at SubClass, then at a paint
-      const RECT r = link.GetLastHitRect();
-      EXPECT_EQ(c.left, r.left) << "style " << c.style;
-      EXPECT_EQ(c.left + size.cx, r.right);
-      EXPECT_EQ(0, r.top);
-      EXPECT_EQ(size.cy + 7, r.bottom);
+      const RECT r = link.GetLastHitRect(), want = {c.left, 0, c.left + size.cx, size.cy + 7};
+      EXPECT_TRUE(EqualRect(&r, &want)) << c.style << " pass " << pass;
       link.m_textRect = RECT{};
-      RedrawWindow(link.m_hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+      RedrawWindow(link.m_hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW);
     }
+    HDC dc = GetDC(link.m_hWnd);
+    EXPECT_EQ(RGB(200, 0, 0), GetPixel(dc, c.left + 1, size.cy)) << "the underline";
+    EXPECT_EQ(RGB(200, 0, 0), GetPixel(dc, c.left + size.cx - 1, size.cy));
+    EXPECT_NE(RGB(200, 0, 0), GetPixel(dc, c.left + size.cx + 1, size.cy)) << "as long as the text";
+    ReleaseDC(link.m_hWnd, dc);
   }
 }
 
@@ -60,33 +53,16 @@ TEST_F(LinkControl, MouseOverStartsAtTheControlsLeftEdgeWhateverTheAlignment) {
   CLinkControl link;
   link.SubClass(Label(SS_RIGHT, 50, 100), kText, L"x", 0);
   const RECT r = link.GetLastHitRect();
-  ASSERT_GT(r.left, 100) << "the text sits at the right";
-  EXPECT_TRUE(link.MouseOver(panel, POINT{51, 101}));  // left of the text, yet a hit
-  EXPECT_FALSE(link.MouseOver(panel, POINT{49, 101}));
+  EXPECT_TRUE(link.MouseOver(panel, POINT{51, 101})) << "left of the text, yet a hit";
   EXPECT_TRUE(link.MouseOver(panel, POINT{50 + r.right - 1, 100 + r.bottom - 1}));
-  EXPECT_FALSE(link.MouseOver(panel, POINT{50 + r.right, 101}));
-  EXPECT_FALSE(link.MouseOver(panel, POINT{51, 100 + r.bottom}));
-  EXPECT_FALSE(link.MouseOver(panel, POINT{51, 99}));
-  // The dialog-control test uses the control's whole size.
+  for (POINT out : {POINT{49, 101}, POINT{50 + r.right, 101}, POINT{51, 100 + r.bottom}, POINT{51, 99}})
+    EXPECT_FALSE(link.MouseOver(panel, out)) << out.x << "," << out.y;
+  // Dialog controls: the control's whole size at the same place.
   Label(SS_LEFT, 20, 150, 77);
   EXPECT_TRUE(MouseOverDialogControl(panel, 77, POINT{319, 179}));
-  EXPECT_FALSE(MouseOverDialogControl(panel, 77, POINT{320, 179}));
-  EXPECT_FALSE(MouseOverDialogControl(panel, 77, POINT{20, 180}));
-  EXPECT_FALSE(MouseOverDialogControl(panel, 77, POINT{19, 150}));
-  EXPECT_FALSE(MouseOverDialogControl(panel, 78, POINT{25, 155}));
-}
-
-TEST_F(LinkControl, PaintsTheTextUnderlinedInTheLinkColour) {
-  CLinkControl link;
-  HWND label = Label(SS_LEFT, 0, 40);
-  link.SubClass(label, L"______", L"x", RGB(200, 0, 0));
-  const SIZE size = Measured(L"______");
-  RedrawWindow(label, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW);
-  HDC dc = GetDC(label);
-  EXPECT_EQ(RGB(200, 0, 0), GetPixel(dc, size.cx / 2, size.cy)) << "the underline";
-  EXPECT_EQ(RGB(200, 0, 0), GetPixel(dc, size.cx - 1, size.cy));
-  EXPECT_NE(RGB(200, 0, 0), GetPixel(dc, size.cx + 1, size.cy)) << "as long as the text";
-  ReleaseDC(label, dc);
+  for (POINT out : {POINT{320, 179}, POINT{20, 180}, POINT{19, 150}})
+    EXPECT_FALSE(MouseOverDialogControl(panel, 77, out)) << out.x << "," << out.y;
+  EXPECT_FALSE(MouseOverDialogControl(panel, 78, POINT{25, 155})) << "no such control";
 }
 
 TEST_F(LinkControl, KeepsBoundedTextsAndGivesTheControlBack) {
