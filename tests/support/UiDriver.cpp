@@ -41,7 +41,12 @@ HWND WaitForDialog(DWORD threadId, DWORD timeoutMs) {
 int DriveModal(const std::function<void(HWND dialog)>& drive, const std::function<int()>& modal) {
   const DWORD self = GetCurrentThreadId();
   HANDLE helper = StartThread([&] {
-    if (HWND dialog = WaitForDialog(self)) drive(dialog);
+    HWND dialog = WaitForDialog(self);
+    if (!dialog) return;
+    drive(dialog);
+    // A dialog that outlives its driver would hang the test: close it.
+    for (int i = 0; i < 500 && IsWindow(dialog); ++i) Sleep(20);
+    if (IsWindow(dialog)) PostMessageW(dialog, WM_CLOSE, 0, 0);
   });
   const int result = modal();
   WaitForSingleObject(helper, INFINITE);
@@ -75,6 +80,6 @@ HWND FocusOf(DWORD threadId) {
   return GetGUIThreadInfo(threadId, &info) ? info.hwndFocus : nullptr;
 }
 
-void Press(HWND dialog, int id) { SendMessageW(GetDlgItem(dialog, id), BM_CLICK, 0, 0); }
+void Press(HWND dialog, int id) { PostMessageW(GetDlgItem(dialog, id), BM_CLICK, 0, 0); }
 
 }  // namespace zortest

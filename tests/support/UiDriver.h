@@ -32,7 +32,8 @@ bool ItemShown(HWND dialog, int id);
 RECT ItemRect(HWND dialog, int id);
 /// The window with the keyboard focus in thread `threadId`.
 HWND FocusOf(DWORD threadId);
-/// Clicks a dialog's button as the user would (BM_CLICK), waiting until done.
+/// Clicks a dialog's button as the user would (BM_CLICK, posted: presses are
+/// handled in order, and a thread that stopped pumping blocks no one).
 void Press(HWND dialog, int id);
 
 }  // namespace zortest

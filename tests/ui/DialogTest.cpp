@@ -5,6 +5,8 @@
 
 #include <commctrl.h>
 
+#include <cstdlib>
+
 using zortest::ItemRect;
 using zortest::ItemText;
 
@@ -154,9 +156,12 @@ TEST(ProgressMeter, CancelPressedWhileTheHostLoops) {
   HWND dlg = meter.m_hDlg, bar = GetDlgItem(dlg, IDC_ZOR_PROGRESS_BAR);
   EXPECT_EQ(500, SendMessageW(bar, PBM_GETRANGE, FALSE, 0));
   EXPECT_EQ(L"Working", zortest::Text(dlg));
+  RECT d, o;
+  GetWindowRect(dlg, &d), GetWindowRect(owner, &o);
+  EXPECT_LE(std::abs((d.left + d.right) - (o.left + o.right)) + std::abs((d.top + d.bottom) - (o.top + o.bottom)), 2);
   HANDLE helper = zortest::StartThread([dlg] { Sleep(300), zortest::Press(dlg, IDCANCEL); });
   int pos = 0;
-  for (DWORD start = GetTickCount(); !meter.UserAborted() && GetTickCount() - start < 20000; Sleep(5))
+  for (DWORD start = GetTickCount(); !meter.UserAborted() && GetTickCount() - start < 10000; Sleep(5))
     meter.SetProgress(++pos % 500);
   WaitForSingleObject(helper, INFINITE);
   CloseHandle(helper);
