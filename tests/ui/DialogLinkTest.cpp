@@ -45,6 +45,10 @@ TEST_F(LinkControl, TextRectangleFollowsTheAlignmentAndIsPaintedUnderlined) {
     EXPECT_EQ(RGB(200, 0, 0), GetPixel(dc, c.left + 1, size.cy)) << "the underline";
     EXPECT_EQ(RGB(200, 0, 0), GetPixel(dc, c.left + size.cx - 1, size.cy));
     EXPECT_NE(RGB(200, 0, 0), GetPixel(dc, c.left + size.cx + 1, size.cy)) << "as long as the text";
+    int inked = 0;
+    for (int x = c.left; x < c.left + size.cx; ++x)
+      for (int y = 0; y < size.cy; ++y) inked += GetPixel(dc, x, y) == RGB(200, 0, 0);
+    EXPECT_GT(inked, size.cx) << "the text";
     ReleaseDC(link.m_hWnd, dc);
   }
 }

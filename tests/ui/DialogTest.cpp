@@ -6,6 +6,7 @@
 #include <commctrl.h>
 
 #include <cstdlib>
+#include <functional>
 
 using zortest::ItemRect;
 using zortest::ItemText;
@@ -51,8 +52,6 @@ void ExpectLaidOut(const Seen& s) {
   }
 }
 
-int IconHeight(const Seen& s) { return s.icon_.bottom - s.icon_.top; }
-
 class MessageDialog : public ::testing::Test {
 protected:
   void SetUp() override {
@@ -64,9 +63,9 @@ protected:
     OverrideUtilitiesStringFile(&utils[0]);
   }
   void TearDown() override { OverrideUtilitiesStringFile(savedUtilities); }
-  // Shows `key`, then checks the box first when `check`, then presses `press`
-  // (0: the close box).
-  int Show(const wchar_t* key, unsigned flags, int press, bool check = false, int icon = 0) {
+  // Runs `modal`; the driver looks, checks the box when `check`, then presses
+  // `press` (0: the close box).
+  int Drive(const std::function<int()>& modal, int press, bool check = false) {
     return zortest::DriveModal(
         [&](HWND d) {
           seen = Look(d);
@@ -74,7 +73,11 @@ protected:
           if (press) zortest::Press(d, press);
           else SendMessageW(d, WM_SYSCOMMAND, SC_CLOSE, 0);
         },
-        [&] { return UT_MyMessageBox(zortest::SharedTopWindow(), key, flags, L"Title", icon, file.c_str()); });
+        modal);
+  }
+  int Show(const wchar_t* key, unsigned flags, int press, bool check = false, int icon = 0) {
+    return Drive([&] { return UT_MyMessageBox(zortest::SharedTopWindow(), key, flags, L"Title", icon, file.c_str()); },
+                 press, check);
   }
   zortest::TempDir dir;
   std::wstring file = dir / L"msgs.ini";
@@ -90,19 +93,19 @@ TEST_F(MessageDialog, QuestionFlagsShowYesNoFocusYesAndTheExclamationIcon) {
   EXPECT_EQ(L"Ja|Nein|Abbrechen|Nicht mehr fragen", seen.captions);
   EXPECT_EQ(IDYES, seen.focus);
   EXPECT_EQ(LoadIconW(nullptr, IDI_EXCLAMATION), seen.icon);
-  EXPECT_EQ(2 * IconHeight(seen), seen.message.bottom - seen.message.top) << "one line: twice the icon";
+  EXPECT_EQ(2 * (seen.icon_.bottom - seen.icon_.top), seen.message.bottom - seen.message.top) << "one line: twice the icon";
   ExpectLaidOut(seen);
   EXPECT_EQ(0, UT_DoNotAskLastMessageAgain()) << "the hidden, unchecked box was read";
 }
 
-TEST_F(MessageDialog, TheDoNotAskBoxGrowsWithTheMessageAndIsRead) {
+TEST_F(MessageDialog, TheDoNotAskBoxIsReadByButtonsButNotByTheCloseBox) {
   EXPECT_EQ(IDCANCEL, Show(L"Long", MB_OKCANCEL | MB_ICONINFORMATION | ZOR_MB_DONOTASK, IDCANCEL, true));
   EXPECT_EQ(1, UT_DoNotAskLastMessageAgain());
   EXPECT_EQ(L"O--CB", seen.shown);
   EXPECT_EQ(IDOK, seen.focus);
   EXPECT_EQ(LoadIconW(nullptr, IDI_INFORMATION), seen.icon);
   EXPECT_EQ(L"One\nTwo\nThree\nFour\nFive\nSix\nSeven\nEight", seen.text);
-  EXPECT_GT(seen.message.bottom - seen.message.top, 2 * IconHeight(seen));
+  EXPECT_GT(seen.message.bottom - seen.message.top, 2 * (seen.icon_.bottom - seen.icon_.top));
   ExpectLaidOut(seen);
   const RECT shortFrame = seen.frame;
   EXPECT_EQ(IDYES, Show(L"Ask", MB_YESNOCANCEL | ZOR_MB_DONOTASK, IDYES));
@@ -112,33 +115,25 @@ TEST_F(MessageDialog, TheDoNotAskBoxGrowsWithTheMessageAndIsRead) {
   EXPECT_EQ(nullptr, seen.icon);
   ExpectLaidOut(seen);
   EXPECT_GT(shortFrame.bottom - shortFrame.top, seen.frame.bottom - seen.frame.top);
-}
-
-TEST_F(MessageDialog, CloseBoxReturnsCancelAndLeavesTheStateAtOne) {
+  // The close box answers Cancel without reading the box: the state stays 1.
   EXPECT_EQ(IDCANCEL, Show(L"Ask", MB_OK | ZOR_MB_DONOTASK, 0));
   EXPECT_EQ(1, UT_DoNotAskLastMessageAgain());
   EXPECT_EQ(L"O---B", seen.shown);
 }
 
-TEST_F(MessageDialog, CustomIconsMissingKeysAndTitleKeys) {
+TEST_F(MessageDialog, CustomIconsMissingKeysTitleKeysAndHugeTexts) {
   EXPECT_EQ(IDOK, Show(L"NoSuchKey", MB_ICONSTOP, IDOK, false, IDI_ZOR_UTILITIES));
   EXPECT_EQ(L"NoSuchKey", seen.text);
-  EXPECT_EQ(LoadIconW(GetModuleHandleW(L"zorutils.dll"), MAKEINTRESOURCEW(IDI_ZOR_UTILITIES)), seen.icon);
-  EXPECT_NE(nullptr, seen.icon);
+  EXPECT_TRUE(seen.icon && seen.icon == LoadIconW(GetModuleHandleW(L"zorutils.dll"), MAKEINTRESOURCEW(IDI_ZOR_UTILITIES)));
   EXPECT_EQ(IDOK, Show(L"Ask", MB_ICONSTOP, IDOK, false, 4242));
   EXPECT_EQ(nullptr, seen.icon) << "an icon the library lacks shows none";
-  EXPECT_EQ(IDOK, zortest::DriveModal([&](HWND d) { seen = Look(d), zortest::Press(d, IDOK); }, [&] {
-    return UT_MyDialog(nullptr, L"Ask", L"TitleKey", MB_ABORTRETRYIGNORE, file.c_str());
-  }));
+  EXPECT_EQ(IDOK, Drive([&] { return UT_MyDialog(nullptr, L"Ask", L"TitleKey", MB_ABORTRETRYIGNORE, file.c_str()); }, IDOK));
   EXPECT_EQ(L"Localised title", seen.title);
   EXPECT_EQ(L"O----", seen.shown);
-}
-
-TEST_F(MessageDialog, HugeMessageIsCutAndTheDialogStaysOnTheWorkArea) {
+  // 10,000 characters: cut to 2047, and the grown dialog stays on the work area.
   std::wstring huge;
   while (huge.size() < 10000) huge += L"word" + std::to_wstring(huge.size() % 7) + L" ";
-  EXPECT_EQ(IDOK, zortest::DriveModal([&](HWND d) { seen = Look(d), zortest::Press(d, IDOK); },
-                                      [&] { return UT_MyMessageStr(nullptr, huge.c_str(), 0, nullptr, 0); }));
+  EXPECT_EQ(IDOK, Drive([&] { return UT_MyMessageStr(nullptr, huge.c_str(), 0, nullptr, 0); }, IDOK));
   EXPECT_EQ(huge.substr(0, 2047), seen.text);
   EXPECT_EQ(L"", seen.title);
   RECT work;
@@ -150,8 +145,7 @@ TEST_F(MessageDialog, HugeMessageIsCutAndTheDialogStaysOnTheWorkArea) {
 TEST(ProgressMeter, CancelPressedWhileTheHostLoops) {
   HWND owner = zortest::SharedTopWindow();
   CProgressMeter meter;
-  EXPECT_FALSE(meter.IsVisible());
-  ASSERT_NE(0, meter.Show(owner, 500, L"Working"));
+  ASSERT_TRUE(!meter.IsVisible() && meter.Show(owner, 500, L"Working"));
   EXPECT_TRUE(meter.IsVisible() && !meter.UserAborted() && meter.m_hOwner == owner);
   HWND dlg = meter.m_hDlg, bar = GetDlgItem(dlg, IDC_ZOR_PROGRESS_BAR);
   EXPECT_EQ(500, SendMessageW(bar, PBM_GETRANGE, FALSE, 0));
