@@ -139,6 +139,8 @@ TEST(FileDialog, CentredOnItsOwnerAndTheChosenFilterComesBack) {
   EXPECT_EQ(L"chosen.txt", std::wstring(title));
   EXPECT_EQ(1u, filter) << "the filter chosen in the dialog";
   EXPECT_TRUE(std::abs(off.x) <= 1 && std::abs(off.y) <= 1) << off.x << "," << off.y;
+  EXPECT_FALSE(DoStandardFileDialog(nullptr, owner, nullptr, title, MAX_PATH, 1, nullptr, nullptr, nullptr, nullptr,
+                                    nullptr, 0)) << "no file buffer: no dialog";
 }
 
 }  // namespace

@@ -153,6 +153,10 @@ TEST(ProgressMeter, CancelPressedWhileTheHostLoops) {
   RECT d, o;
   GetWindowRect(dlg, &d), GetWindowRect(owner, &o);
   EXPECT_LE(std::abs((d.left + d.right) - (o.left + o.right)) + std::abs((d.top + d.bottom) - (o.top + o.bottom)), 2);
+  PostQuitMessage(7);
+  meter.SetProgress(1);
+  MSG quit;
+  EXPECT_TRUE(PeekMessageW(&quit, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) && quit.wParam == 7) << "kept for the host";
   HANDLE helper = zortest::StartThread([dlg] { Sleep(300), zortest::Press(dlg, IDCANCEL); });
   int pos = 0;
   for (DWORD start = GetTickCount(); !meter.UserAborted() && GetTickCount() - start < 10000; Sleep(5))
