@@ -3,6 +3,9 @@
 #include "tests/support/TestSupport.h"
 #include "tests/support/UiDriver.h"
 
+#include <cstring>
+#include <new>
+
 namespace {
 
 const wchar_t kText[] = L"Visit the web site";
@@ -73,6 +76,11 @@ TEST_F(LinkControl, KeepsBoundedTextsAndGivesTheControlBack) {
   HWND label = Label(SS_LEFT, 0, 0);
   const LONG_PTR own = GetWindowLongPtrW(label, GWLP_WNDPROC);
   const std::wstring longText(600, L'a'), longLink(3000, L'h');
+  alignas(CLinkControl) unsigned char raw[sizeof(CLinkControl)];
+  memset(raw, 0xCC, sizeof raw);
+  CLinkControl* fresh = new (raw) CLinkControl;  // on dirty memory: the constructor clears
+  EXPECT_TRUE(!fresh->m_text[0] && !fresh->m_link[0] && !fresh->m_oldProc && !fresh->m_hWnd && !fresh->m_textRect.right);
+  fresh->~CLinkControl();
   {
     CLinkControl link;
     EXPECT_EQ(0, link.SubClass(nullptr, L"t", L"l", 0));
