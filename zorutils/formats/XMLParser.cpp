@@ -6,11 +6,13 @@
 // instead of scanning for it again). Contents and children met while an
 // element is open wait on two shared stacks and move into the element's
 // arrays in one step when it is done, so each array is allocated once at its
-// exact size.
+// exact size. A document's parse takes everything from its arena
+// (XMLArena_impl.h); CXMLNode::Load on its own from the heap.
 #include <zorutils/formats/XMLNode.h>
 
 #include <zorfutls/zorfutls.h>
 #include <zorutils/formats/XMLNode_impl.h>
+#include <zorutils/internal/WideScan.h>
 
 #include <cstdlib>
 #include <cwchar>
@@ -18,6 +20,7 @@
 
 using zor::xml::FoldAZ;
 using zor::xml::NamesEqual;
+using zor::xml::XMLArena;
 
 namespace {
 
@@ -34,7 +37,7 @@ unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos,
                      TagSpan& span) {
   unsigned int i = pos;
   for (;;) {
-    while (i < length && text[i] != L'<') ++i;
+    i += static_cast<unsigned int>(zor::FindUnitWithin(text + i, length - i, L'<'));
     if (i >= length) return kXMLNoTag;
     if (i + 4 < length && text[i + 1] == L'!' && text[i + 2] == L'-' && text[i + 3] == L'-') {
       // Inside a comment only "-->" counts.
@@ -130,41 +133,115 @@ void DecodeString(wchar_t* s, wchar_t* work, int workChars) {
 
 }  // namespace
 
-CXMLValue* XMLParser::NewValue(const wchar_t* name, size_t nameLength, const wchar_t* value,
-                               size_t valueLength) {
-  if (!name) nameLength = 0;
-  if (!value) valueLength = 0;
-  const size_t chars = (nameLength ? nameLength + 1 : 0) + (valueLength ? valueLength + 1 : 0);
-  void* block = CXMLValue::operator new(sizeof(CXMLValue) + chars * sizeof(wchar_t));
+wchar_t* XMLParser::NewText(XMLParser* parser, const wchar_t* s, size_t n, bool isFinal) {
+  if (!s || !n) return nullptr;
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  if (parser && parser->decode && !isFinal) {
+    size_t k = 0;
+    while (k < n && !(s[k] >= 192 && s[k] <= 253)) ++k;
+    if (k < n) {  // a possible lead: decode (an emptied text stays "", not null)
+      if (parser->scratchChars < n) {
+        wchar_t* grown = static_cast<wchar_t*>(std::realloc(parser->scratch, n * sizeof(wchar_t)));
+        if (!grown) return nullptr;
+        parser->scratch = grown;
+        parser->scratchChars = n;
+      }
+      bool changed = false;
+      n = zor::xml::DecodeUTF8Units(s, n, parser->scratch, changed);
+      s = parser->scratch;
+    }
+  }
+  wchar_t* copy = arena ? arena->NewText(n + 1) : static_cast<wchar_t*>(std::malloc((n + 1) * sizeof(wchar_t)));
+  if (!copy) return nullptr;
+  wmemcpy(copy, s, n);
+  copy[n] = 0;
+  return copy;
+}
+
+CXMLValue* XMLParser::NewValue(XMLParser* parser, const wchar_t* name, size_t nameLength, const wchar_t* value,
+                               size_t valueLength, bool nameIsFinal) {
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  void* block = arena ? arena->NewObject(sizeof(CXMLValue)) : CXMLValue::operator new(sizeof(CXMLValue));
   if (!block) return nullptr;
   CXMLValue* v = ::new (block) CXMLValue;
-  wchar_t* p = v->InlineText();
-  if (nameLength) {
-    wmemcpy(p, name, nameLength);
-    p[nameLength] = 0;
-    v->m_fieldName = p;
-    p += nameLength + 1;
-  }
-  if (valueLength) {
-    wmemcpy(p, value, valueLength);
-    p[valueLength] = 0;
-    v->m_value = p;
-  }
+  v->m_fieldName = NewText(parser, name, nameLength, nameIsFinal);
+  v->m_value = NewText(parser, value, valueLength);
   return v;
 }
 
-CXMLNode* XMLParser::NewNode(const wchar_t* name, size_t nameLength) {
-  const size_t chars = nameLength ? nameLength + 1 : 0;
-  void* block = CXMLNode::operator new(sizeof(CXMLNode) + chars * sizeof(wchar_t));
+CXMLNode* XMLParser::NewNode(XMLParser* parser, const wchar_t* name, size_t nameLength) {
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  void* block = arena ? arena->NewObject(sizeof(CXMLNode)) : CXMLNode::operator new(sizeof(CXMLNode));
   if (!block) return nullptr;
   CXMLNode* node = ::new (block) CXMLNode;
-  if (nameLength) {
-    wchar_t* p = reinterpret_cast<wchar_t*>(reinterpret_cast<char*>(node) + sizeof(CXMLNode));
-    wmemcpy(p, name, nameLength);
-    p[nameLength] = 0;
-    node->m_name = p;
-  }
+  node->m_name = NewText(parser, name, nameLength);
   return node;
+}
+
+void XMLParser::StartDecodingIfDeclared(CXMLNode* root) {
+  if (!mayDecode || !root->m_name || !NamesEqual(root->m_name, L"xml") || !zor::xml::DeclaresUTF8(root)) return;
+  decode = true;
+  auto inPlace = [](wchar_t* t) {
+    if (!t) return;
+    bool changed = false;
+    t[zor::xml::DecodeUTF8Units(t, wcslen(t), t, changed)] = 0;
+  };
+  inPlace(root->m_name);
+  for (int i = 0; i < root->m_headerProperties.GetSize(); ++i) {
+    inPlace(root->m_headerProperties[i]->m_fieldName);
+    inPlace(root->m_headerProperties[i]->m_value);
+  }
+}
+
+template <class T>
+void XMLParser::Append(XMLArena* arena, CDynArray<T*>& to, T* const* items, int count) {
+  if (count <= 0) return;
+  if (arena && to.GetSize() == 0 && !to.GetData()) {
+    if (void** block = arena->NewArray(static_cast<size_t>(count))) {
+      for (int i = 0; i < count; ++i) block[i] = items[i];
+      to.Borrow(reinterpret_cast<T**>(block), count);
+      return;
+    }
+  }
+  // A block of the array's own inside a parsed node: its document must
+  // then free it one by one.
+  if (arena) XMLArena::Touch(&to);
+  to.Reserve(to.GetSize() + count);
+  for (int i = 0; i < count; ++i)
+    if (!to.Add(items[i])) delete items[i];
+}
+
+void XMLParser::ClearDocument(CXMLNode* doc) {
+  XMLArena* arena = XMLArena::OfDocument(doc);
+  if (!arena) {
+    doc->Clear();
+    return;
+  }
+  if (arena->Dirty()) {
+    // Changed or handed over since the parse: object by object.
+    doc->Clear();
+    if (arena->HasOutsideObjects()) {
+      XMLArena::LeaveDocument(doc);  // the handed-over objects keep it
+    } else {
+      arena->Reset();
+    }
+    return;
+  }
+  // Untouched: everything parsed goes with the arena. Only what the host
+  // added to the root itself (which lies outside it) is deleted one by one.
+  doc->FreeName();
+  auto drop = [arena](auto& items) {
+    if (!items.IsBorrowed()) {
+      for (int i = 0; i < items.GetSize(); ++i)
+        if (!arena->Contains(items[i])) delete items[i];
+    }
+    items.RemoveAll();
+    items.FreeExtra();
+  };
+  drop(doc->m_children);
+  drop(doc->m_headerProperties);
+  drop(doc->m_contents);
+  arena->Reset();
 }
 
 unsigned int XMLParser::NextTag(CXMLNode* node, unsigned int pos) {
@@ -186,6 +263,8 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
   bool metOpen = false;
   bool result = true;  // also the answer after maxTags tags
   unsigned int openedAt = position;
+  const wchar_t* rawName = nullptr;
+  size_t rawLength = 0;
   for (int tags = 0; tags < maxTags; ++tags) {
     if (haveTag) {
       haveTag = false;
@@ -202,26 +281,37 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
       // The node's own opening tag.
       metOpen = true;
       openedAt = tagStart;
-      if (!node->m_name) node->SetName(f.tagName);
+      if (!node->m_name) node->m_name = NewText(this, f.tagName, wcslen(f.tagName));
       if (f.startKind == kXMLDocType) {
         if (!node->m_name || wcscmp(node->m_name, L"DOCTYPE") != 0) node->SetName(L"DOCTYPE");
-        node->ParseDocTypeDeclaration(text + tagStart, span.innerEnd - tagStart);
+        LoadDocType(node, this, text + tagStart, span.innerEnd - tagStart);
       } else if (f.hasAttributes) {
-        node->LoadHeaderProperties(text + span.innerStart, span.innerEnd - span.innerStart);
+        LoadAttributes(node, this, text + span.innerStart, span.innerEnd - span.innerStart);
+      }
+      if (depth == 0) StartDecodingIfDeclared(node);
+      if (decode) {
+        // The name is stored decoded; end tags are matched against it as
+        // written in the opening tag.
+        unsigned int j = span.innerStart;
+        while (j < span.innerEnd && IsWhite(text[j])) ++j;
+        rawName = text + j;
+        while (j < span.innerEnd && !IsWhite(text[j]) && rawLength < static_cast<size_t>(kXMLMaxTagName))
+          ++j, ++rawLength;
       }
       position = span.tagEnd;
       if (f.endKind == kXMLEndEmpty || f.startKind == kXMLDocType) break;
       continue;
     }
     if (node->IsMeaningfulString(text, position, tagStart)) {
-      CXMLValue* content = NewValue(node->m_name, node->m_name ? wcslen(node->m_name) : 0, text + position,
-                                    tagStart - position);
+      CXMLValue* content = NewValue(this, node->m_name, node->m_name ? wcslen(node->m_name) : 0, text + position,
+                                    tagStart - position, true);
       if (content) {
         content->m_sequenceNumber = sequence++;
         if (!pendingContents.Add(content)) delete content;
       }
     }
-    if (f.startKind == kXMLEndTag && NamesEqual(node->m_name, f.tagName)) {
+    if (f.startKind == kXMLEndTag &&
+        (rawName ? zor::FoldEqualN(f.tagName, rawName, rawLength) : NamesEqual(node->m_name, f.tagName))) {
       position = span.tagEnd;
       break;
     }
@@ -231,7 +321,8 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
       continue;
     }
     // The child's name is known already: the tag in hand is its opening tag.
-    CXMLNode* child = f.startKind == kXMLDocType ? NewNode(L"DOCTYPE", 7) : NewNode(f.tagName, wcslen(f.tagName));
+    CXMLNode* child = f.startKind == kXMLDocType ? NewNode(this, L"DOCTYPE", 7)
+                                                 : NewNode(this, f.tagName, wcslen(f.tagName));
     if (!child) {
       position = span.tagEnd;
       continue;
@@ -252,16 +343,12 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
   // Move what was met into the node's arrays, each grown once.
   const int contents = pendingContents.GetSize() - contentBase;
   if (contents > 0) {
-    node->m_contents.Reserve(node->m_contents.GetSize() + contents);
-    for (int i = 0; i < contents; ++i)
-      if (!node->m_contents.Add(pendingContents[contentBase + i])) delete pendingContents[contentBase + i];
+    Append(arena, node->m_contents, pendingContents.GetData() + contentBase, contents);
     while (pendingContents.GetSize() > contentBase) pendingContents.RemoveAt(pendingContents.GetSize() - 1);
   }
   const int children = pendingChildren.GetSize() - childBase;
   if (children > 0) {
-    node->m_children.Reserve(node->m_children.GetSize() + children);
-    for (int i = 0; i < children; ++i)
-      if (!node->m_children.Add(pendingChildren[childBase + i])) delete pendingChildren[childBase + i];
+    Append(arena, node->m_children, pendingChildren.GetData() + childBase, children);
     while (pendingChildren.GetSize() > childBase) pendingChildren.RemoveAt(pendingChildren.GetSize() - 1);
   }
   if (metOpen) node->m_nodeLength = position - openedAt;
@@ -275,8 +362,9 @@ bool CXMLNode::Load(const wchar_t* text, unsigned int& position, unsigned int le
     Log(L"Leaving CXMLFile::Load, no data");
     return false;
   }
-  XMLParser parser(text, length);
+  XMLParser parser(text, length, nullptr);
   if (!parser.field) return false;
+  XMLArena::Touch(this);  // heap objects in a parsed node
   return parser.LoadElement(this, position, maxTags, 0, false, 0);
 }
 
@@ -338,15 +426,36 @@ void CXMLNode::ParseFieldID(const wchar_t* text, unsigned int start, unsigned in
 }
 
 void CXMLNode::LoadHeaderProperties(const wchar_t* text, unsigned int length) {
+  XMLArena::Touch(this);
+  XMLParser::LoadAttributes(this, nullptr, text, length);
+}
+
+void XMLParser::LoadAttributes(CXMLNode* node, XMLParser* parser, const wchar_t* text, unsigned int length) {
   if (!text) return;
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  // Tags rarely carry many attributes: a small array on the stack, a heap
+  // one for the others.
+  CXMLValue* local[16] = {};
+  CDynArray<CXMLValue*> more;
   int count = 0;
-  ForEachAttribute(text, length, [&](unsigned int, unsigned int, unsigned int, unsigned int) { ++count; });
-  if (count == 0) return;
-  m_headerProperties.Reserve(m_headerProperties.GetSize() + count);
   ForEachAttribute(text, length, [&](unsigned int ns, unsigned int nn, unsigned int vs, unsigned int vn) {
-    CXMLValue* v = XMLParser::NewValue(text + ns, nn, text + vs, vn);
-    if (v && !m_headerProperties.Add(v)) delete v;
+    CXMLValue* v = NewValue(parser, text + ns, nn, text + vs, vn);
+    if (!v) return;
+    if (count < 16) {
+      local[count++] = v;
+    } else if (!more.Add(v)) {
+      delete v;
+    }
   });
+  if (more.GetSize() > 0) {
+    CDynArray<CXMLValue*> all;
+    all.Reserve(count + more.GetSize());
+    for (int i = 0; i < count; ++i) all.Add(local[i]);
+    for (int i = 0; i < more.GetSize(); ++i) all.Add(more[i]);
+    Append(arena, node->m_headerProperties, all.GetData(), all.GetSize());
+  } else {
+    Append(arena, node->m_headerProperties, local, count);
+  }
 }
 
 bool CXMLNode::IsMeaningfulString(const wchar_t* text, unsigned int from, unsigned int to) const {
@@ -357,7 +466,13 @@ bool CXMLNode::IsMeaningfulString(const wchar_t* text, unsigned int from, unsign
 }
 
 void CXMLNode::ParseDocTypeDeclaration(const wchar_t* text, unsigned int length) {
+  XMLArena::Touch(this);
+  XMLParser::LoadDocType(this, nullptr, text, length);
+}
+
+void XMLParser::LoadDocType(CXMLNode* node, XMLParser* parser, const wchar_t* text, unsigned int length) {
   if (!text) return;
+  XMLArena* arena = parser ? parser->arena : nullptr;
   // The tag's first token is the keyword itself, which is not kept.
   unsigned int j = 0;
   while (j < length && IsWhite(text[j])) ++j;
@@ -368,12 +483,13 @@ void CXMLNode::ParseDocTypeDeclaration(const wchar_t* text, unsigned int length)
   size_t n = 0;
   int sequence = 0;
   bool inDouble = false, inSingle = false;
+  CDynArray<CXMLValue*> tokens;
   auto emit = [&]() {
     if (n == 0) return;
-    CXMLValue* v = XMLParser::NewValue(nullptr, 0, token, n);
+    CXMLValue* v = NewValue(parser, nullptr, 0, token, n);
     if (v) {
       v->m_sequenceNumber = sequence++;
-      if (!m_contents.Add(v)) delete v;
+      if (!tokens.Add(v)) delete v;
     }
     n = 0;
   };
@@ -393,15 +509,14 @@ void CXMLNode::ParseDocTypeDeclaration(const wchar_t* text, unsigned int length)
     }
   }
   // A token still open here is deliberately not added.
+  Append(arena, node->m_contents, tokens.GetData(), tokens.GetSize());
 }
 
 // --- UTF-8 ---------------------------------------------------------------------------------
 
-bool CXMLNode::DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars) {
-  if (!in || !out || outChars < 1) return false;
-  const size_t length = wcslen(in);
-  if (static_cast<size_t>(outChars) < length + 1) return false;
-  bool changed = false;
+size_t zor::xml::DecodeUTF8Units(const wchar_t* in, size_t length, wchar_t* out, bool& changed) {
+  // Every step reads a unit before it writes one at an index no higher, so
+  // `out` may be `in`.
   size_t o = 0;
   for (size_t i = 0; i < length;) {
     const wchar_t c = in[i];
@@ -421,7 +536,15 @@ bool CXMLNode::DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars)
       out[o++] = in[i++];
     }
   }
-  out[o] = 0;
+  return o;
+}
+
+bool CXMLNode::DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars) {
+  if (!in || !out || outChars < 1) return false;
+  const size_t length = wcslen(in);
+  if (static_cast<size_t>(outChars) < length + 1) return false;
+  bool changed = false;
+  out[zor::xml::DecodeUTF8Units(in, length, out, changed)] = 0;
   return changed;
 }
 

@@ -1,0 +1,140 @@
+// The wide scans: SSE2 where the processor has it, plain loops elsewhere.
+#include <zorutils/internal/WideScan.h>
+
+#include <zorutils/internal/TestSeams.h>
+
+#include <windows.h>
+
+#include <emmintrin.h>
+
+#include <cstdint>
+#include <cwchar>
+
+namespace zor {
+
+namespace plain {
+
+size_t WideLength(const wchar_t* s) {
+  const wchar_t* p = s;
+  while (*p) ++p;
+  return static_cast<size_t>(p - s);
+}
+
+size_t WideLengthWithin(const wchar_t* s, size_t max) {
+  size_t n = 0;
+  while (n < max && s[n]) ++n;
+  return n;
+}
+
+const wchar_t* FindUnitOrZero(const wchar_t* s, wchar_t c) {
+  while (*s && *s != c) ++s;
+  return s;
+}
+
+size_t FindUnitWithin(const wchar_t* s, size_t n, wchar_t c) {
+  size_t i = 0;
+  while (i < n && s[i] != c) ++i;
+  return i;
+}
+
+}  // namespace plain
+
+namespace {
+
+#if defined(__x86_64__)
+#define ZOR_SSE2
+inline bool HaveSSE2() { return true; }
+#else
+#define ZOR_SSE2 __attribute__((target("sse2")))
+bool HaveSSE2() {
+  static const bool have = IsProcessorFeaturePresent(PF_XMMI64_INSTRUCTIONS_AVAILABLE) != FALSE;
+  return have;
+}
+#endif
+
+bool g_forcePlain = false;
+
+inline bool Vector() { return !g_forcePlain && HaveSSE2(); }
+
+// A 16-bit lane mask (two bits per unit) of the units in the aligned block
+// at `a` that equal `c` or zero.
+ZOR_SSE2 inline unsigned int Hits(const char* a, __m128i c, __m128i zero) {
+  const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(a));
+  return static_cast<unsigned int>(_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(v, c), _mm_cmpeq_epi16(v, zero))));
+}
+
+// The first unit from `s` that is `c` or zero. A text at an odd address
+// (never one of ours) does not line up with the lanes: it goes the plain way.
+ZOR_SSE2 const wchar_t* VectorFind(const wchar_t* s, wchar_t c) {
+  const uintptr_t at = reinterpret_cast<uintptr_t>(s);
+  if (at & 1) return plain::FindUnitOrZero(s, c);
+  const __m128i zero = _mm_setzero_si128(), unit = _mm_set1_epi16(static_cast<short>(c));
+  const char* a = reinterpret_cast<const char*>(at & ~static_cast<uintptr_t>(15));
+  // The units in front of `s` in the first block do not count.
+  unsigned int mask = Hits(a, unit, zero) & (0xFFFFu << (at & 15));
+  while (!mask) {
+    a += 16;
+    mask = Hits(a, unit, zero);
+  }
+  return reinterpret_cast<const wchar_t*>(a + __builtin_ctz(mask));
+}
+
+ZOR_SSE2 size_t VectorFindWithin(const wchar_t* s, size_t n, wchar_t c) {
+  const uintptr_t at = reinterpret_cast<uintptr_t>(s);
+  if ((at & 1) || n < 8) return plain::FindUnitWithin(s, n, c);
+  const __m128i unit = _mm_set1_epi16(static_cast<short>(c));
+  const char* a = reinterpret_cast<const char*>(at & ~static_cast<uintptr_t>(15));
+  const char* end = reinterpret_cast<const char*>(s + n);
+  unsigned int mask = static_cast<unsigned int>(_mm_movemask_epi8(
+                          _mm_cmpeq_epi16(_mm_load_si128(reinterpret_cast<const __m128i*>(a)), unit))) &
+                      (0xFFFFu << (at & 15));
+  for (;;) {
+    if (mask) {
+      const char* hit = a + __builtin_ctz(mask);
+      return hit < end ? static_cast<size_t>(reinterpret_cast<const wchar_t*>(hit) - s) : n;
+    }
+    a += 16;
+    if (a >= end) return n;
+    mask = static_cast<unsigned int>(
+        _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(reinterpret_cast<const __m128i*>(a)), unit)));
+  }
+}
+
+}  // namespace
+
+size_t WideLength(const wchar_t* s) {
+  // Zero is both the unit looked for and the end.
+  return Vector() ? static_cast<size_t>(VectorFind(s, 0) - s) : plain::WideLength(s);
+}
+
+size_t WideLengthWithin(const wchar_t* s, size_t max) {
+  return Vector() ? VectorFindWithin(s, max, 0) : plain::WideLengthWithin(s, max);
+}
+
+const wchar_t* FindUnitOrZero(const wchar_t* s, wchar_t c) {
+  return Vector() ? VectorFind(s, c) : plain::FindUnitOrZero(s, c);
+}
+
+size_t FindUnitWithin(const wchar_t* s, size_t n, wchar_t c) {
+  return Vector() ? VectorFindWithin(s, n, c) : plain::FindUnitWithin(s, n, c);
+}
+
+const wchar_t* FindText(const wchar_t* s, const wchar_t* sub, size_t subLength) {
+  const wchar_t first = sub[0];
+  for (;;) {
+    s = FindUnitOrZero(s, first);
+    if (!*s) return nullptr;
+    // A zero in the text ends the comparison (sub holds none), so the
+    // comparison never reads past the terminator.
+    size_t k = 1;
+    while (k < subLength && s[k] == sub[k]) ++k;
+    if (k == subLength) return s;
+    ++s;
+  }
+}
+
+bool WideScanIsVector() { return Vector(); }
+
+}  // namespace zor
+
+void ZorTest_UsePlainWideScans(bool plain) { zor::g_forcePlain = plain; }
