@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cwchar>
 #include <map>
 #include <new>
 
@@ -13,8 +14,12 @@ namespace {
 
 // Chunks after the first; a string or array larger than a quarter of this
 // gets a chunk of its own.
-const size_t kChunkBytes = size_t(1) << 20;
-const size_t kGranule = 64 * 1024;
+const size_t kChunkBytes = 256 * 1024 - 256;
+const size_t kGranule = 4096;
+// Chunks of documents that are gone wait for the next document up to this
+// much: pages the system hands out fresh cost a fault each on first touch,
+// which would otherwise be a third of a large parse.
+const size_t kSpareBytes = sizeof(void*) == 8 ? size_t(64) << 20 : size_t(16) << 20;
 
 // Every chunk (or, with ZOR_XML_ARENA_BLOCKS, every block) of every arena,
 // by address, and the arena each document uses. Never destroyed: trees may
@@ -24,6 +29,7 @@ struct Registry {
   CRITICAL_SECTION lock;
   std::map<uintptr_t, std::pair<uintptr_t, XMLArena*>> ranges;  // begin -> (end, arena)
   std::map<const CXMLNode*, XMLArena*> documents;
+  std::vector<char*> spare;  // chunks of kChunkBytes
 };
 
 Registry& Reg() {
@@ -133,22 +139,17 @@ XMLArena::Chunk* XMLArena::Room(size_t bytes) {
   return &m_chunks.back();
 }
 
-void* XMLArena::NewObject(size_t bytes) {
+void* XMLArena::BottomSlow(size_t bytes) {
   Chunk* c = Room(bytes);
-  if (!c) return nullptr;
-  ++m_refs;
-  return c->base;
+  return c ? c->base : nullptr;
 }
 
-void** XMLArena::NewArray(size_t count) {
-  Chunk* c = Room(count * sizeof(void*));
-  return c ? reinterpret_cast<void**>(c->base) : nullptr;
-}
-
-wchar_t* XMLArena::NewText(size_t units) {
+wchar_t* XMLArena::NewTextSlow(size_t units) {
   Chunk* c = Room(units * sizeof(wchar_t));
   return c ? reinterpret_cast<wchar_t*>(c->base) : nullptr;
 }
+
+wchar_t* XMLArena::ShrinkText(wchar_t* text, size_t, size_t) { return text; }
 
 void XMLArena::FreeAll() {
   for (const Chunk& c : m_chunks) {
@@ -175,7 +176,15 @@ XMLArena::Chunk* XMLArena::Room(size_t bytes) {
   }
   size_t size = m_chunks.empty() ? m_firstChunk : kChunkBytes;
   if (size < bytes) size = RoundUp(bytes, kGranule);
-  char* base = static_cast<char*>(VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+  char* base = nullptr;
+  if (size == kChunkBytes) {
+    Locked locked;
+    if (!Reg().spare.empty()) {
+      base = Reg().spare.back();
+      Reg().spare.pop_back();
+    }
+  }
+  if (!base) base = static_cast<char*>(std::malloc(size));
   if (!base) return nullptr;
   Register(base, size, this);
   const size_t current = m_current;
@@ -189,34 +198,44 @@ XMLArena::Chunk* XMLArena::Room(size_t bytes) {
   return &m_chunks.back();
 }
 
-void* XMLArena::NewObject(size_t bytes) {
+void* XMLArena::BottomSlow(size_t bytes) {
   Chunk* c = Room(bytes);
   if (!c) return nullptr;
   void* p = c->base + c->bottom;
   c->bottom += bytes;
-  ++m_refs;
   return p;
 }
 
-void** XMLArena::NewArray(size_t count) {
-  Chunk* c = Room(count * sizeof(void*));
-  if (!c) return nullptr;
-  void** p = reinterpret_cast<void**>(c->base + c->bottom);
-  c->bottom += count * sizeof(void*);
-  return p;
-}
-
-wchar_t* XMLArena::NewText(size_t units) {
+wchar_t* XMLArena::NewTextSlow(size_t units) {
   Chunk* c = Room(units * sizeof(wchar_t));
   if (!c) return nullptr;
   c->top -= units * sizeof(wchar_t);
   return reinterpret_cast<wchar_t*>(c->base + c->top);
 }
 
+wchar_t* XMLArena::ShrinkText(wchar_t* text, size_t units, size_t keep) {
+  if (keep >= units || m_current >= m_chunks.size()) return text;
+  Chunk& c = m_chunks[m_current];
+  // Only the string last taken from the top of the chunk in use can shrink.
+  if (reinterpret_cast<char*>(text) != c.base + c.top) return text;
+  const size_t drop = units - keep;
+  wmemmove(text + drop, text, keep);
+  c.top += drop * sizeof(wchar_t);
+  return text + drop;
+}
+
 void XMLArena::FreeAll() {
   for (const Chunk& c : m_chunks) {
     Unregister(c.base);
-    VirtualFree(c.base, 0, MEM_RELEASE);
+    bool kept = false;
+    if (c.size == kChunkBytes) {
+      Locked locked;
+      if ((Reg().spare.size() + 1) * kChunkBytes <= kSpareBytes) {
+        Reg().spare.push_back(c.base);
+        kept = true;
+      }
+    }
+    if (!kept) std::free(c.base);
   }
   m_chunks.clear();
   m_current = 0;

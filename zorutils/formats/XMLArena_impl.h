@@ -55,11 +55,31 @@ public:
   static void FreeObject(void* object);
 
   /// Room for an object of `bytes` (a multiple of 8), counted as live.
-  void* NewObject(size_t bytes);
+  void* NewObject(size_t bytes) {
+    void* p = Bottom(bytes);
+    if (p) ++m_refs;
+    return p;
+  }
   /// Room for `count` pointers of a node's array (not counted).
-  void** NewArray(size_t count);
+  void** NewArray(size_t count) { return static_cast<void**>(Bottom(count * sizeof(void*))); }
   /// Room for a string of `units` code units (its terminator included).
-  wchar_t* NewText(size_t units);
+  wchar_t* NewText(size_t units) {
+#ifndef ZOR_XML_ARENA_BLOCKS
+    const size_t bytes = units * sizeof(wchar_t);
+    if (m_current < m_chunks.size()) {
+      Chunk& c = m_chunks[m_current];
+      if (c.top - c.bottom >= bytes) {
+        c.top -= bytes;
+        return reinterpret_cast<wchar_t*>(c.base + c.top);
+      }
+    }
+#endif
+    return NewTextSlow(units);
+  }
+  /// Gives back the end of the string at `text` (of `units`, just made by
+  /// NewText) beyond its first `keep` units; the string may move. Returns
+  /// where it now is.
+  wchar_t* ShrinkText(wchar_t* text, size_t units, size_t keep);
   /// One live object fewer; the last one out of an arena no document uses
   /// frees it.
   void Release();
@@ -89,6 +109,22 @@ private:
 
   /// A chunk with at least `bytes` free (objects and strings together).
   Chunk* Room(size_t bytes);
+  /// `bytes` from the bottom of a chunk.
+  void* Bottom(size_t bytes) {
+#ifndef ZOR_XML_ARENA_BLOCKS
+    if (m_current < m_chunks.size()) {
+      Chunk& c = m_chunks[m_current];
+      if (c.top - c.bottom >= bytes) {
+        void* p = c.base + c.bottom;
+        c.bottom += bytes;
+        return p;
+      }
+    }
+#endif
+    return BottomSlow(bytes);
+  }
+  void* BottomSlow(size_t bytes);
+  wchar_t* NewTextSlow(size_t units);
   void FreeAll();
 
   std::vector<Chunk> m_chunks;

@@ -3,6 +3,7 @@
 
 #include <zorfutls/zorfutls.h>
 #include <zorutils/formats/XMLNode_impl.h>
+#include <zorutils/internal/WideScan.h>
 #include <zorutils/text/StringUtils.h>
 
 #include <io.h>
@@ -115,7 +116,7 @@ bool CXMLFile::Open(const wchar_t* path) {
 
 bool CXMLFile::LoadFromBuffer(wchar_t* text) {
   if (!text || !*text) return false;
-  size_t length = wcslen(text);
+  size_t length = zor::WideLength(text);
   if (length > 0xFFFFFFF0u) length = 0xFFFFFFF0u;
   m_fileSize = static_cast<unsigned int>(length);
   XMLParser::ClearDocument(this);

@@ -75,10 +75,7 @@ struct XMLParser {
   XMLParser(const wchar_t* t, unsigned int n, XMLArena* a) : text(t), length(n), arena(a) {
     field = static_cast<TFieldResult*>(std::malloc(sizeof(TFieldResult)));
   }
-  ~XMLParser() {
-    std::free(field);
-    std::free(scratch);
-  }
+  ~XMLParser() { std::free(field); }
   XMLParser(const XMLParser&) = delete;
   XMLParser& operator=(const XMLParser&) = delete;
 
@@ -91,7 +88,7 @@ struct XMLParser {
   // The next tag from `pos`, name parsed; remembers a position from which
   // no tag follows, so that the open elements above an unclosed end do not
   // each scan the rest of the text again.
-  unsigned int NextTag(CXMLNode* node, unsigned int pos);
+  unsigned int NextTag(unsigned int pos);
   // CXMLNode::Load for `node`; with `haveTag` the tag just scanned (in
   // `field`, at `tagStart`) is the node's opening tag.
   bool LoadElement(CXMLNode* node, unsigned int& position, int maxTags, int depth, bool haveTag,
@@ -135,9 +132,9 @@ struct XMLParser {
   // must come before the decoding): the root may turn decoding on.
   bool mayDecode = false;
   bool decode = false;
-  wchar_t* scratch = nullptr;  // decoding's output, grown as needed
-  size_t scratchChars = 0;
   TagSpan span = {0, 0, 0};
+  size_t tagNameLength = 0;       // of field->tagName, from NextTag
+  unsigned int tagNameStart = 0;  // where the name stands in the text
   unsigned int noTagFrom = kXMLNoTag;
   CDynArray<CXMLNode*> pendingChildren;
   CDynArray<CXMLValue*> pendingContents;

@@ -24,7 +24,11 @@ using zor::xml::XMLArena;
 
 namespace {
 
-inline bool IsWhite(wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; }
+// Blank, tab, CR or LF: one comparison for everything above the blank.
+inline bool IsWhite(wchar_t c) {
+  const unsigned long long kWhite = (1ull << L' ') | (1ull << L'\t') | (1ull << L'\r') | (1ull << L'\n');
+  return c <= L' ' && ((1ull << c) & kWhite) != 0;
+}
 
 // The limit of a DOCTYPE token, in characters.
 const size_t kDocTypeToken = 1023;
@@ -37,7 +41,8 @@ unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos,
                      TagSpan& span) {
   unsigned int i = pos;
   for (;;) {
-    i += static_cast<unsigned int>(zor::FindUnitWithin(text + i, length - i, L'<'));
+    // Tags mostly follow each other: look at the next unit before scanning.
+    if (i < length && text[i] != L'<') i += static_cast<unsigned int>(zor::FindUnitWithin(text + i, length - i, L'<'));
     if (i >= length) return kXMLNoTag;
     if (i + 4 < length && text[i + 1] == L'!' && text[i + 2] == L'-' && text[i + 3] == L'-') {
       // Inside a comment only "-->" counts.
@@ -64,26 +69,31 @@ unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos,
         open = 9;
       }
     }
-    // The closing, outside quotes; inside a quote only the same quote ends it.
-    wchar_t quote = 0;
-    for (unsigned int j = i + open; j < length; ++j) {
+    // The closing, outside quotes; inside a quote only the same quote ends
+    // it. The first '>' outside quotes closes the tag; a '?' or '/' right in
+    // front of it (behind the opening) makes it "?>" or "/>".
+    const unsigned int inner = i + open;
+    unsigned int j = inner;
+    for (;;) {
+      j += static_cast<unsigned int>(zor::FindAnyOf3Within(text + j, length - j, L'>', L'"', L'\''));
+      if (j >= length) return kXMLNoTag;  // an opening that never closes ends the scan
       const wchar_t c = text[j];
-      if (quote) {
-        if (c == quote) quote = 0;
-      } else if (c == L'>') {
-        field.endKind = kXMLEndTagClose;
-        span = {i + open, j, j + 1};
-        return i;
-      } else if ((c == L'?' || c == L'/') && j + 1 < length && text[j + 1] == L'>') {
-        field.endKind = c == L'?' ? kXMLEndDeclaration : kXMLEndEmpty;
-        span = {i + open, j, j + 2};
-        return i;
-      } else if (c == L'"' || c == L'\'') {
-        quote = c;
+      if (c != L'>') {
+        j += 1 + static_cast<unsigned int>(zor::FindUnitWithin(text + j + 1, length - j - 1, c));
+        if (j >= length) return kXMLNoTag;
+        ++j;
+        continue;
       }
+      const wchar_t before = j > inner ? text[j - 1] : 0;
+      if (before == L'?' || before == L'/') {
+        field.endKind = before == L'?' ? kXMLEndDeclaration : kXMLEndEmpty;
+        span = {inner, j - 1, j + 1};
+      } else {
+        field.endKind = kXMLEndTagClose;
+        span = {inner, j, j + 1};
+      }
+      return i;
     }
-    // An opening that never closes ends the scan.
-    return kXMLNoTag;
   }
 }
 
@@ -136,24 +146,29 @@ void DecodeString(wchar_t* s, wchar_t* work, int workChars) {
 wchar_t* XMLParser::NewText(XMLParser* parser, const wchar_t* s, size_t n, bool isFinal) {
   if (!s || !n) return nullptr;
   XMLArena* arena = parser ? parser->arena : nullptr;
-  if (parser && parser->decode && !isFinal) {
-    size_t k = 0;
-    while (k < n && !(s[k] >= 192 && s[k] <= 253)) ++k;
-    if (k < n) {  // a possible lead: decode (an emptied text stays "", not null)
-      if (parser->scratchChars < n) {
-        wchar_t* grown = static_cast<wchar_t*>(std::realloc(parser->scratch, n * sizeof(wchar_t)));
-        if (!grown) return nullptr;
-        parser->scratch = grown;
-        parser->scratchChars = n;
-      }
-      bool changed = false;
-      n = zor::xml::DecodeUTF8Units(s, n, parser->scratch, changed);
-      s = parser->scratch;
-    }
-  }
   wchar_t* copy = arena ? arena->NewText(n + 1) : static_cast<wchar_t*>(std::malloc((n + 1) * sizeof(wchar_t)));
   if (!copy) return nullptr;
-  wmemcpy(copy, s, n);
+  if (parser && parser->decode && !isFinal) {
+    // Copied up to the first unit that may lead a UTF-8 sequence, decoded
+    // from there (an emptied text stays "", not null); the room decoding
+    // saved goes back to the arena.
+    size_t k = 0;
+    for (; k < n; ++k) {
+      const wchar_t c = s[k];
+      if (static_cast<unsigned int>(c) - 192u < 62u) break;
+      copy[k] = c;
+    }
+    if (k < n) {
+      bool changed = false;
+      const size_t m = k + zor::xml::DecodeUTF8Units(s + k, n - k, copy + k, changed);
+      copy[m] = 0;
+      return arena ? arena->ShrinkText(copy, n + 1, m + 1) : copy;
+    }
+  } else if (n < 32) {  // most texts are a few characters: no runtime call for those
+    for (size_t i = 0; i < n; ++i) copy[i] = s[i];
+  } else {
+    wmemcpy(copy, s, n);
+  }
   copy[n] = 0;
   return copy;
 }
@@ -244,14 +259,29 @@ void XMLParser::ClearDocument(CXMLNode* doc) {
   arena->Reset();
 }
 
-unsigned int XMLParser::NextTag(CXMLNode* node, unsigned int pos) {
+unsigned int XMLParser::NextTag(unsigned int pos) {
   if (pos == noTagFrom) return kXMLNoTag;
   unsigned int at = ScanTag(text, length, pos, *field, span);
   if (at == kXMLNoTag) {
     noTagFrom = pos;
     return at;
   }
-  node->ParseFieldID(text, span.innerStart, span.innerEnd - span.innerStart, *field);
+  // The name and whether attributes follow (the quoted value of the public
+  // ParseFieldID is of no use here): after the name, which ends at white
+  // space, anything that is not white space.
+  TFieldResult& f = *field;
+  unsigned int j = span.innerStart;
+  const unsigned int end = span.innerEnd;
+  while (j < end && IsWhite(text[j])) ++j;
+  tagNameStart = j;
+  unsigned int n = 0;
+  for (; j < end && !IsWhite(text[j]); ++j)
+    if (n < static_cast<unsigned int>(kXMLMaxTagName)) f.tagName[n++] = text[j];
+  f.tagName[n] = 0;
+  f.quotedValue[0] = 0;
+  while (j < end && IsWhite(text[j])) ++j;
+  f.hasAttributes = j < end;
+  tagNameLength = n;
   return at;
 }
 
@@ -265,11 +295,13 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
   unsigned int openedAt = position;
   const wchar_t* rawName = nullptr;
   size_t rawLength = 0;
+  const size_t kUnmeasured = ~static_cast<size_t>(0);
+  size_t nameLength = kUnmeasured;  // of the node's name, once it holds contents
   for (int tags = 0; tags < maxTags; ++tags) {
     if (haveTag) {
       haveTag = false;
     } else {
-      tagStart = NextTag(node, position);
+      tagStart = NextTag(position);
       if (tagStart == kXMLNoTag) {
         result = metOpen;
         break;
@@ -281,7 +313,7 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
       // The node's own opening tag.
       metOpen = true;
       openedAt = tagStart;
-      if (!node->m_name) node->m_name = NewText(this, f.tagName, wcslen(f.tagName));
+      if (!node->m_name) node->m_name = NewText(this, f.tagName, tagNameLength);
       if (f.startKind == kXMLDocType) {
         if (!node->m_name || wcscmp(node->m_name, L"DOCTYPE") != 0) node->SetName(L"DOCTYPE");
         LoadDocType(node, this, text + tagStart, span.innerEnd - tagStart);
@@ -292,19 +324,16 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
       if (decode) {
         // The name is stored decoded; end tags are matched against it as
         // written in the opening tag.
-        unsigned int j = span.innerStart;
-        while (j < span.innerEnd && IsWhite(text[j])) ++j;
-        rawName = text + j;
-        while (j < span.innerEnd && !IsWhite(text[j]) && rawLength < static_cast<size_t>(kXMLMaxTagName))
-          ++j, ++rawLength;
+        rawName = text + tagNameStart;
+        rawLength = tagNameLength;
       }
       position = span.tagEnd;
       if (f.endKind == kXMLEndEmpty || f.startKind == kXMLDocType) break;
       continue;
     }
     if (node->IsMeaningfulString(text, position, tagStart)) {
-      CXMLValue* content = NewValue(this, node->m_name, node->m_name ? wcslen(node->m_name) : 0, text + position,
-                                    tagStart - position, true);
+      if (nameLength == kUnmeasured) nameLength = node->m_name ? zor::WideLength(node->m_name) : 0;
+      CXMLValue* content = NewValue(this, node->m_name, nameLength, text + position, tagStart - position, true);
       if (content) {
         content->m_sequenceNumber = sequence++;
         if (!pendingContents.Add(content)) delete content;
@@ -322,7 +351,7 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
     }
     // The child's name is known already: the tag in hand is its opening tag.
     CXMLNode* child = f.startKind == kXMLDocType ? NewNode(this, L"DOCTYPE", 7)
-                                                 : NewNode(this, f.tagName, wcslen(f.tagName));
+                                                 : NewNode(this, f.tagName, tagNameLength);
     if (!child) {
       position = span.tagEnd;
       continue;

@@ -37,6 +37,12 @@ size_t FindUnitWithin(const wchar_t* s, size_t n, wchar_t c) {
   return i;
 }
 
+size_t FindAnyOf3Within(const wchar_t* s, size_t n, wchar_t a, wchar_t b, wchar_t c) {
+  size_t i = 0;
+  while (i < n && s[i] != a && s[i] != b && s[i] != c) ++i;
+  return i;
+}
+
 }  // namespace plain
 
 namespace {
@@ -79,26 +85,44 @@ ZOR_SSE2 const wchar_t* VectorFind(const wchar_t* s, wchar_t c) {
   return reinterpret_cast<const wchar_t*>(a + __builtin_ctz(mask));
 }
 
-ZOR_SSE2 size_t VectorFindWithin(const wchar_t* s, size_t n, wchar_t c) {
+// A lane mask of the units of the aligned block at `a` equal to any of the
+// three.
+ZOR_SSE2 inline unsigned int Hits3(const char* a, __m128i x, __m128i y, __m128i z) {
+  const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(a));
+  return static_cast<unsigned int>(_mm_movemask_epi8(
+      _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(v, x), _mm_cmpeq_epi16(v, y)), _mm_cmpeq_epi16(v, z))));
+}
+
+// Index of the first unit among `n` from `s` equal to x, y or z, or `n`.
+// Short or odd-placed texts go the plain way.
+ZOR_SSE2 size_t VectorFind3Within(const wchar_t* s, size_t n, wchar_t x, wchar_t y, wchar_t z) {
+  // What is near is found sooner one unit at a time (tags and the texts
+  // between them are short).
+  const size_t nearBy = n < 12 ? n : 12;
+  for (size_t i = 0; i < nearBy; ++i)
+    if (s[i] == x || s[i] == y || s[i] == z) return i;
+  if (nearBy == n) return n;
+  s += nearBy;
+  n -= nearBy;
   const uintptr_t at = reinterpret_cast<uintptr_t>(s);
-  if ((at & 1) || n < 8) return plain::FindUnitWithin(s, n, c);
-  const __m128i unit = _mm_set1_epi16(static_cast<short>(c));
+  if (at & 1) return nearBy + plain::FindAnyOf3Within(s, n, x, y, z);
+  const __m128i vx = _mm_set1_epi16(static_cast<short>(x)), vy = _mm_set1_epi16(static_cast<short>(y)),
+                vz = _mm_set1_epi16(static_cast<short>(z));
   const char* a = reinterpret_cast<const char*>(at & ~static_cast<uintptr_t>(15));
   const char* end = reinterpret_cast<const char*>(s + n);
-  unsigned int mask = static_cast<unsigned int>(_mm_movemask_epi8(
-                          _mm_cmpeq_epi16(_mm_load_si128(reinterpret_cast<const __m128i*>(a)), unit))) &
-                      (0xFFFFu << (at & 15));
+  unsigned int mask = Hits3(a, vx, vy, vz) & (0xFFFFu << (at & 15));
   for (;;) {
     if (mask) {
       const char* hit = a + __builtin_ctz(mask);
-      return hit < end ? static_cast<size_t>(reinterpret_cast<const wchar_t*>(hit) - s) : n;
+      return nearBy + (hit < end ? static_cast<size_t>(reinterpret_cast<const wchar_t*>(hit) - s) : n);
     }
     a += 16;
-    if (a >= end) return n;
-    mask = static_cast<unsigned int>(
-        _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(reinterpret_cast<const __m128i*>(a)), unit)));
+    if (a >= end) return nearBy + n;
+    mask = Hits3(a, vx, vy, vz);
   }
 }
+
+ZOR_SSE2 size_t VectorFindWithin(const wchar_t* s, size_t n, wchar_t c) { return VectorFind3Within(s, n, c, c, c); }
 
 }  // namespace
 
@@ -117,6 +141,10 @@ const wchar_t* FindUnitOrZero(const wchar_t* s, wchar_t c) {
 
 size_t FindUnitWithin(const wchar_t* s, size_t n, wchar_t c) {
   return Vector() ? VectorFindWithin(s, n, c) : plain::FindUnitWithin(s, n, c);
+}
+
+size_t FindAnyOf3Within(const wchar_t* s, size_t n, wchar_t a, wchar_t b, wchar_t c) {
+  return Vector() ? VectorFind3Within(s, n, a, b, c) : plain::FindAnyOf3Within(s, n, a, b, c);
 }
 
 const wchar_t* FindText(const wchar_t* s, const wchar_t* sub, size_t subLength) {
