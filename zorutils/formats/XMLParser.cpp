@@ -152,11 +152,12 @@ wchar_t* XMLParser::NewText(XMLParser* parser, const wchar_t* s, size_t n, bool 
     // Copied up to the first unit that may lead a UTF-8 sequence, decoded
     // from there (an emptied text stays "", not null); the room decoding
     // saved goes back to the arena.
-    size_t k = 0;
-    for (; k < n; ++k) {
-      const wchar_t c = s[k];
-      if (static_cast<unsigned int>(c) - 192u < 62u) break;
-      copy[k] = c;
+    size_t k = zor::CopyBelow(s, n, copy, 192);
+    // Units above 253 lead nothing: copied on.
+    while (k < n && s[k] > 253) {
+      copy[k] = s[k];
+      ++k;
+      k += zor::CopyBelow(s + k, n - k, copy + k, 192);
     }
     if (k < n) {
       bool changed = false;

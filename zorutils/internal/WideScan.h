@@ -27,6 +27,9 @@ size_t FindUnitWithin(const wchar_t* s, size_t n, wchar_t c);
 /// Index of the first unit among the `n` at `s` that is `a`, `b` or `c`, or
 /// `n`.
 size_t FindAnyOf3Within(const wchar_t* s, size_t n, wchar_t a, wchar_t b, wchar_t c);
+/// Copies the units from `s` to `out` up to the first one that is `limit`
+/// or above (at most `n`); returns how many were copied.
+size_t CopyBelow(const wchar_t* s, size_t n, wchar_t* out, wchar_t limit);
 /// The first occurrence of the `subLength` units of `sub` (no zero among
 /// them, at least one) in the zero-terminated `s`, or null (wcsstr).
 const wchar_t* FindText(const wchar_t* s, const wchar_t* sub, size_t subLength);
@@ -38,6 +41,7 @@ size_t WideLengthWithin(const wchar_t* s, size_t max);
 const wchar_t* FindUnitOrZero(const wchar_t* s, wchar_t c);
 size_t FindUnitWithin(const wchar_t* s, size_t n, wchar_t c);
 size_t FindAnyOf3Within(const wchar_t* s, size_t n, wchar_t a, wchar_t b, wchar_t c);
+size_t CopyBelow(const wchar_t* s, size_t n, wchar_t* out, wchar_t limit);
 }  // namespace plain
 
 /// Whether the vector scans are in use (always on x86_64).

@@ -43,6 +43,12 @@ size_t FindAnyOf3Within(const wchar_t* s, size_t n, wchar_t a, wchar_t b, wchar_
   return i;
 }
 
+size_t CopyBelow(const wchar_t* s, size_t n, wchar_t* out, wchar_t limit) {
+  size_t i = 0;
+  for (; i < n && s[i] < limit; ++i) out[i] = s[i];
+  return i;
+}
+
 }  // namespace plain
 
 namespace {
@@ -124,7 +130,26 @@ ZOR_SSE2 size_t VectorFind3Within(const wchar_t* s, size_t n, wchar_t x, wchar_t
 
 ZOR_SSE2 size_t VectorFindWithin(const wchar_t* s, size_t n, wchar_t c) { return VectorFind3Within(s, n, c, c, c); }
 
+// Eight units at a time while all are below `limit` (unaligned loads and
+// stores: never past the `n` units), the rest one by one.
+ZOR_SSE2 size_t VectorCopyBelow(const wchar_t* s, size_t n, wchar_t* out, wchar_t limit) {
+  const __m128i below = _mm_set1_epi16(static_cast<short>(limit - 1)), zero = _mm_setzero_si128();
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+    // Unsigned saturating subtraction: zero exactly for the units below `limit`.
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(v, below), zero)) != 0xFFFF) break;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), v);
+  }
+  return i + plain::CopyBelow(s + i, n - i, out + i, limit);
+}
+
 }  // namespace
+
+size_t CopyBelow(const wchar_t* s, size_t n, wchar_t* out, wchar_t limit) {
+  if (limit == 0) return 0;
+  return Vector() ? VectorCopyBelow(s, n, out, limit) : plain::CopyBelow(s, n, out, limit);
+}
 
 size_t WideLength(const wchar_t* s) {
   // Zero is both the unit looked for and the end.
