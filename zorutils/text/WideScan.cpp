@@ -130,6 +130,53 @@ ZOR_SSE2 size_t VectorFind3Within(const wchar_t* s, size_t n, wchar_t x, wchar_t
 
 ZOR_SSE2 size_t VectorFindWithin(const wchar_t* s, size_t n, wchar_t c) { return VectorFind3Within(s, n, c, c, c); }
 
+// The first zero unit from `s`: the first aligned 16 bytes alone, up to a
+// 128-byte boundary block by block, then 128 bytes at a time (which never
+// leaves the 128 aligned bytes, so never the page, that hold the terminator).
+ZOR_SSE2 const wchar_t* VectorZero(const wchar_t* s) {
+  const uintptr_t at = reinterpret_cast<uintptr_t>(s);
+  if (at & 1) return plain::FindUnitOrZero(s, 0);
+  const __m128i zero = _mm_setzero_si128();
+  const char* a = reinterpret_cast<const char*>(at & ~static_cast<uintptr_t>(15));
+  unsigned int mask = Hits(a, zero, zero) & (0xFFFFu << (at & 15));
+  while (!mask && (reinterpret_cast<uintptr_t>(a + 16) & 127)) {
+    a += 16;
+    mask = Hits(a, zero, zero);
+  }
+  if (!mask) {
+    a += 16;
+    for (;;) {
+      const __m128i* w = reinterpret_cast<const __m128i*>(a);
+      // Eight blocks tested at once; the four that hold a zero found below.
+      const __m128i any = _mm_or_si128(
+          _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(_mm_load_si128(w), zero), _mm_cmpeq_epi16(_mm_load_si128(w + 1), zero)),
+                       _mm_or_si128(_mm_cmpeq_epi16(_mm_load_si128(w + 2), zero), _mm_cmpeq_epi16(_mm_load_si128(w + 3), zero))),
+          _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(_mm_load_si128(w + 4), zero), _mm_cmpeq_epi16(_mm_load_si128(w + 5), zero)),
+                       _mm_or_si128(_mm_cmpeq_epi16(_mm_load_si128(w + 6), zero), _mm_cmpeq_epi16(_mm_load_si128(w + 7), zero))));
+      if (!_mm_movemask_epi8(any)) {
+        a += 128;
+        continue;
+      }
+      const __m128i* v = w;
+      if (!_mm_movemask_epi8(_mm_or_si128(
+              _mm_or_si128(_mm_cmpeq_epi16(_mm_load_si128(w), zero), _mm_cmpeq_epi16(_mm_load_si128(w + 1), zero)),
+              _mm_or_si128(_mm_cmpeq_epi16(_mm_load_si128(w + 2), zero), _mm_cmpeq_epi16(_mm_load_si128(w + 3), zero))))) {
+        a += 64;
+        v = w + 4;
+      }
+      const __m128i z0 = _mm_cmpeq_epi16(_mm_load_si128(v), zero), z1 = _mm_cmpeq_epi16(_mm_load_si128(v + 1), zero),
+                    z2 = _mm_cmpeq_epi16(_mm_load_si128(v + 2), zero), z3 = _mm_cmpeq_epi16(_mm_load_si128(v + 3), zero);
+      const unsigned int m0 = static_cast<unsigned int>(_mm_movemask_epi8(z0)),
+                         m1 = static_cast<unsigned int>(_mm_movemask_epi8(z1)),
+                         m2 = static_cast<unsigned int>(_mm_movemask_epi8(z2)),
+                         m3 = static_cast<unsigned int>(_mm_movemask_epi8(z3));
+      const unsigned long long all = m0 | (m1 << 16) | (static_cast<unsigned long long>(m2 | (m3 << 16)) << 32);
+      return reinterpret_cast<const wchar_t*>(a + __builtin_ctzll(all));
+    }
+  }
+  return reinterpret_cast<const wchar_t*>(a + __builtin_ctz(mask));
+}
+
 // Eight units at a time while all are below `limit` (unaligned loads and
 // stores: never past the `n` units), the rest one by one.
 ZOR_SSE2 size_t VectorCopyBelow(const wchar_t* s, size_t n, wchar_t* out, wchar_t limit) {
@@ -153,7 +200,7 @@ size_t CopyBelow(const wchar_t* s, size_t n, wchar_t* out, wchar_t limit) {
 
 size_t WideLength(const wchar_t* s) {
   // Zero is both the unit looked for and the end.
-  return Vector() ? static_cast<size_t>(VectorFind(s, 0) - s) : plain::WideLength(s);
+  return Vector() ? static_cast<size_t>(VectorZero(s) - s) : plain::WideLength(s);
 }
 
 size_t WideLengthWithin(const wchar_t* s, size_t max) {
