@@ -190,16 +190,6 @@ int main() {
       reparse.push_back(zorbench::Now() - t0);
     }
   }
-  // The same document parsing again: its blocks are recycled (touched already).
-  std::vector<double> reparse;
-  {
-    CXMLFile same;
-    for (int i = 0; i < runs; ++i) {
-      const double t0 = zorbench::Now();
-      same.LoadFromBuffer(largeText.data());
-      reparse.push_back(zorbench::Now() - t0);
-    }
-  }
   DeleteFileW(path.c_str());
 
   const double scanSmall = Median(scan[0]), scanLarge = Median(scan[1]);
