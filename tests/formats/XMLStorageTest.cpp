@@ -5,6 +5,8 @@
 
 #include <zorutils/containers/DynArray.h>
 
+#include <psapi.h>
+
 #include <memory>
 
 using ftest::Dump;
@@ -80,6 +82,35 @@ TEST(XMLStorage, TheTreesOfBothPathsAreEqualWhatYouDoToThem) {
     ASSERT_TRUE(Parse(doc, text));
     EXPECT_EQ(Dump(doc), ftest::TwoPassDump(text, false)) << zortest::Escape(text);
   }
+}
+
+// Replaced and destroyed texts go back to the heap: a leak of any of them
+// would grow the process by tens of megabytes here.
+TEST(XMLStorage, TextsReplacedOrDestroyedGiveTheirMemoryBack) {
+  const std::wstring big(16 * 1024, L'x');
+  auto committed = [] {
+    PROCESS_MEMORY_COUNTERS counters = {};
+    counters.cb = sizeof counters;
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PagefileUsage;
+  };
+  const std::wstring text = L"<r a=\"" + big + L"\">" + big + L"</r>";
+  SIZE_T before = 0;
+  for (int i = 0; i < 300; ++i) {
+    if (i == 20) before = committed();  // the heap warmed up
+    CXMLValue v;
+    v.SetFieldName(big.c_str());
+    v.SetValue(big.c_str());
+    CXMLValue w(v);
+    w = v;
+    CXMLFile doc;
+    ASSERT_TRUE(Parse(doc, text));
+    doc.GetHeaderProperty(0)->SetFieldName(big.c_str());  // the next parse frees it
+    ASSERT_TRUE(Parse(doc, text));
+    CCOMString s(big.c_str());
+    s.Replace(L"x", L"yy");
+  }
+  EXPECT_LT(committed() - before, SIZE_T(8) << 20);
 }
 
 TEST(XMLStorage, ABorrowedArrayIsNeverFreedOrResizedAndGrowsIntoABlockOfItsOwn) {
