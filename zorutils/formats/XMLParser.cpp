@@ -30,6 +30,12 @@ inline bool IsWhite(wchar_t c) {
   return c <= L' ' && ((1ull << c) & kWhite) != 0;
 }
 
+// '>', '"' or '\'': what ends the search for a tag's closing.
+inline bool ClosesOrQuotes(wchar_t c) {
+  const unsigned long long kSet = (1ull << L'>') | (1ull << L'"') | (1ull << L'\'');
+  return c < 64 && ((1ull << c) & kSet) != 0;
+}
+
 // The limit of a DOCTYPE token, in characters.
 const size_t kDocTypeToken = 1023;
 
@@ -41,7 +47,9 @@ unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos,
                      TagSpan& span) {
   unsigned int i = pos;
   for (;;) {
-    // Tags mostly follow each other: look at the next unit before scanning.
+    // Tags mostly follow each other or short texts: a few units one by one
+    // before the vector scan.
+    for (const unsigned int stop = i + 16 < length ? i + 16 : length; i < stop && text[i] != L'<';) ++i;
     if (i < length && text[i] != L'<') i += static_cast<unsigned int>(zor::FindUnitWithin(text + i, length - i, L'<'));
     if (i >= length) return kXMLNoTag;
     if (i + 4 < length && text[i + 1] == L'!' && text[i + 2] == L'-' && text[i + 3] == L'-') {
@@ -75,11 +83,15 @@ unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos,
     const unsigned int inner = i + open;
     unsigned int j = inner;
     for (;;) {
-      j += static_cast<unsigned int>(zor::FindAnyOf3Within(text + j, length - j, L'>', L'"', L'\''));
+      for (const unsigned int stop = j + 16 < length ? j + 16 : length; j < stop && !ClosesOrQuotes(text[j]);) ++j;
+      if (j < length && !ClosesOrQuotes(text[j]))
+        j += static_cast<unsigned int>(zor::FindAnyOf3Within(text + j, length - j, L'>', L'"', L'\''));
       if (j >= length) return kXMLNoTag;  // an opening that never closes ends the scan
       const wchar_t c = text[j];
       if (c != L'>') {
-        j += 1 + static_cast<unsigned int>(zor::FindUnitWithin(text + j + 1, length - j - 1, c));
+        ++j;
+        for (const unsigned int stop = j + 16 < length ? j + 16 : length; j < stop && text[j] != c;) ++j;
+        if (j < length && text[j] != c) j += static_cast<unsigned int>(zor::FindUnitWithin(text + j, length - j, c));
         if (j >= length) return kXMLNoTag;
         ++j;
         continue;
