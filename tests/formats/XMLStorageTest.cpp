@@ -7,6 +7,7 @@
 
 #include <psapi.h>
 
+#include <algorithm>
 #include <memory>
 
 using ftest::Dump;
@@ -111,6 +112,24 @@ TEST(XMLStorage, TextsReplacedOrDestroyedGiveTheirMemoryBack) {
     s.Replace(L"x", L"yy");
   }
   EXPECT_LT(committed() - before, SIZE_T(8) << 20);
+}
+
+// Documents large enough for whole chunks: those of a destroyed document
+// serve the next one, and are nobody else's meanwhile.
+TEST(XMLStorage, ChunksOfAGoneDocumentServeTheNextOneOnly) {
+  std::wstring text = L"<r>";
+  for (int i = 0; i < 20000; ++i) text += L"<e k=\"" + std::to_wstring(i) + L"\">text</e>";
+  text += L"</r>";
+  const std::wstring want = [&] {
+    CXMLFile doc;
+    return Parse(doc, text) ? Dump(doc) : L"failed";
+  }();
+  // Heap blocks made while the chunks wait, then a parse that takes them.
+  std::vector<std::wstring> others(2000, std::wstring(100, L'o'));
+  CXMLFile doc;
+  ASSERT_TRUE(Parse(doc, text));
+  EXPECT_EQ(Dump(doc), want);
+  EXPECT_EQ(std::count(others.begin(), others.end(), std::wstring(100, L'o')), 2000);
 }
 
 TEST(XMLStorage, ABorrowedArrayIsNeverFreedOrResizedAndGrowsIntoABlockOfItsOwn) {

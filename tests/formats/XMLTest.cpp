@@ -173,6 +173,7 @@ TEST(XMLParser, TheFirstTagIsTheRootEndTagsCloseInAnyCaseTextStaysUntrimmedAndAt
       {L"<a><!-- <b/> <c/></a>", L"a"},  // an unclosed comment hides the rest
       {L"<a t=\"x>y/>z?>\" v=\"it's\" u='p>q'><b/></a>", L"a{t=x>y/>z?>,v=it's}(b)"},
       {L"<a one='1' two=\"2\"/>", L"a{one=2}"},
+      {L"<a\x000Bb\x000C=\"v\"/>", L"a\x000Bb\x000C=\"v\""},  // only blank, tab, CR and LF part a tag
       // Across lines, trimmed; a pair with an empty name or value is dropped.
       {L"<a\r\n  k1 = \"  v1 \"\r\n\tk2=\"\" =\"orphan\" k3=\"\r\nv3\r\n\"/>", L"a{k1=v1,k3=v3}"},
       // An opening with an unclosed quote ends the scan; text counts only in front of a tag.

@@ -69,7 +69,6 @@ XMLArena* XMLArena::ForDocument(const CXMLNode* doc, size_t textLength) {
       Reg().documents.erase(doc);
       return nullptr;
     }
-    arena->m_document = doc;
     // A tree takes about five bytes per character of its text: a small
     // reply gets a small first chunk.
     size_t first = RoundUp(textLength * 5 + 1, kGranule);
@@ -93,7 +92,6 @@ void XMLArena::LeaveDocument(const CXMLNode* doc) {
     arena = it->second;
     Reg().documents.erase(it);
   }
-  arena->m_document = nullptr;
   arena->Release();
 }
 

@@ -132,7 +132,6 @@ private:
   size_t m_firstChunk = 0;  // bytes of the first chunk, from the text's length
   volatile LONG m_refs = 1;
   bool m_dirty = false;
-  const CXMLNode* m_document = nullptr;
 };
 
 }  // namespace xml
