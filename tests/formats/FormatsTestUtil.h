@@ -32,6 +32,28 @@ inline std::wstring Dump(const CXMLNode& n) {
   return n.HighestSequenceNumber() < 0 ? s : s + L")";
 }
 
+/// The tree of `text` as the document builds it, made the long way: parsed
+/// into a plain node (whose objects come from the heap), then decoded from
+/// UTF-8 when its first "xml" node declares that.
+inline std::wstring TwoPassDump(const std::wstring& text, bool deHTMLify) {
+  CXMLNode plain;
+  plain.SetShouldDeHTMLify(deHTMLify);
+  unsigned int at = 0;
+  if (text.empty() || !plain.Load(text.c_str(), at, static_cast<unsigned int>(text.size()), 999999)) return Dump(plain);
+  if (const CXMLNode* xml = plain.FindNode(L"XML")) {
+    for (int i = 0; i < xml->NumHeaderProperties(); ++i) {
+      const CXMLValue* v = xml->GetHeaderProperty(i);
+      if (!v->FieldName() || _wcsicmp(v->FieldName(), L"encoding") != 0) continue;
+      if (v->Value() && _wcsnicmp(v->Value(), L"UTF-8", 5) == 0 && wcslen(v->Value()) >= 5) {
+        std::vector<wchar_t> work(plain.GetLongestString(true) + 1);
+        plain.DecodeUTF8(work.data(), static_cast<int>(work.size()));
+      }
+      break;
+    }
+  }
+  return Dump(plain);
+}
+
 /// Each text as single bytes (the low byte of each unit) and as UTF-16LE
 /// with and without a mark.
 inline std::vector<std::string> Variants(std::initializer_list<const wchar_t*> texts) {

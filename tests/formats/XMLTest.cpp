@@ -3,6 +3,8 @@
 #include "tests/formats/FormatsTestUtil.h"
 #include "tests/support/Fuzz.h"
 
+#include <zorutils/internal/TestSeams.h>
+
 #include <memory>
 #include <utility>
 
@@ -171,6 +173,7 @@ TEST(XMLParser, TheFirstTagIsTheRootEndTagsCloseInAnyCaseTextStaysUntrimmedAndAt
       {L"<a><!-- <b/> <c/></a>", L"a"},  // an unclosed comment hides the rest
       {L"<a t=\"x>y/>z?>\" v=\"it's\" u='p>q'><b/></a>", L"a{t=x>y/>z?>,v=it's}(b)"},
       {L"<a one='1' two=\"2\"/>", L"a{one=2}"},
+      {L"<a\x000Bb\x000C=\"v\"/>", L"a\x000Bb\x000C=\"v\""},  // only blank, tab, CR and LF part a tag
       // Across lines, trimmed; a pair with an empty name or value is dropped.
       {L"<a\r\n  k1 = \"  v1 \"\r\n\tk2=\"\" =\"orphan\" k3=\"\r\nv3\r\n\"/>", L"a{k1=v1,k3=v3}"},
       // An opening with an unclosed quote ends the scan; text counts only in front of a tag.
@@ -304,11 +307,15 @@ TEST(XMLFuzz, OpenAndLoadFromBufferBuildTheSameConsistentTreeAndCopiesEqualIt) {
     const std::string bytes = zortest::HeapChecked() ? input.substr(0, 12000) : input;
     ASSERT_TRUE(zortest::WriteBytes(path, bytes));
     const std::wstring text = ftest::TextOf(bytes);
+    ZorTest_UsePlainWideScans(bytes.size() % 3 == 0);  // the scans' plain loops too
     CXMLFile doc, fromBuffer;
     doc.SetShouldDeHTMLify(bytes.size() % 2 == 1);
     fromBuffer.SetShouldDeHTMLify(bytes.size() % 2 == 1);
     EXPECT_TRUE(doc.Open(path.c_str()) == !text.empty() && Parse(fromBuffer, text) == !text.empty());
     EXPECT_EQ(Dump(doc), Dump(fromBuffer));
+    // The document's own blocks and decoding as strings are stored give the
+    // tree the heap and a decoding pass afterwards give.
+    EXPECT_EQ(Dump(doc), ftest::TwoPassDump(text, doc.ShouldDeHTMLify()));
     const std::wstring tree = Dump(doc);
     Walk(doc, doc);
     CXMLFile copy(doc);
@@ -320,6 +327,7 @@ TEST(XMLFuzz, OpenAndLoadFromBufferBuildTheSameConsistentTreeAndCopiesEqualIt) {
     copy.DeHTMLAll();
     EXPECT_LE(copy.GetLongestString(true), doc.GetLongestString(true));
   });
+  ZorTest_UsePlainWideScans(false);
 }
 
 }  // namespace

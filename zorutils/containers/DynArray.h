@@ -6,6 +6,11 @@
 // what it was. The array itself never destroys elements on removal: the owner
 // calls DeleteAll (or destroys what RemoveAt hands back) because only it
 // knows when an element is no longer referenced.
+//
+// Borrowed storage: an array may be pointed at a block that someone else
+// owns (a parsed XML tree's arrays live in its document's blocks). It then
+// never frees or resizes that block: the first insertion copies the elements
+// into a block of its own.
 #pragma once
 
 #include <cstdlib>
@@ -24,12 +29,16 @@ template <class T>
 class CDynArray {
 public:
   CDynArray() : m_data(nullptr), m_count(0), m_capacity(0) {}
-  ~CDynArray() { std::free(m_data); }
+  ~CDynArray() {
+    if (!IsBorrowed()) std::free(m_data);
+  }
   CDynArray(const CDynArray&) = delete;
   CDynArray& operator=(const CDynArray&) = delete;
 
   int GetSize() const { return m_count; }
+  /// The room of its own block (-1 while the storage is borrowed).
   int GetCapacity() const { return m_capacity; }
+  bool IsBorrowed() const { return m_capacity < 0; }
   bool IsEmpty() const { return m_count == 0; }
 
   /// The element at `index`; no range check.
@@ -49,7 +58,7 @@ public:
 
   /// Appends; false only when memory runs out.
   bool Add(T item) {
-    if (m_count == m_capacity && !Grow(m_count + 1)) return false;
+    if (m_count >= m_capacity && !Grow(m_count + 1)) return false;
     m_data[m_count++] = item;
     return true;
   }
@@ -57,7 +66,7 @@ public:
   bool InsertAt(int index, T item) {
     if (index < 0) index = 0;
     if (index > m_count) index = m_count;
-    if (m_count == m_capacity && !Grow(m_count + 1)) return false;
+    if (m_count >= m_capacity && !Grow(m_count + 1)) return false;
     std::memmove(m_data + index + 1, m_data + index, sizeof(T) * static_cast<size_t>(m_count - index));
     m_data[index] = item;
     ++m_count;
@@ -86,8 +95,16 @@ public:
   /// their count); never shrinks.
   bool Reserve(int capacity) {
     if (capacity <= m_capacity) return true;
-    T* data = static_cast<T*>(std::realloc(m_data, sizeof(T) * static_cast<size_t>(capacity)));
-    if (!data) return false;
+    T* data;
+    if (IsBorrowed()) {
+      if (capacity < m_count) capacity = m_count;
+      data = static_cast<T*>(std::malloc(sizeof(T) * static_cast<size_t>(capacity > 0 ? capacity : 1)));
+      if (!data) return false;
+      if (m_count > 0) std::memcpy(data, m_data, sizeof(T) * static_cast<size_t>(m_count));
+    } else {
+      data = static_cast<T*>(std::realloc(m_data, sizeof(T) * static_cast<size_t>(capacity)));
+      if (!data) return false;
+    }
     m_data = data;
     m_capacity = capacity;
     return true;
@@ -102,15 +119,23 @@ public:
   /// Frees the block as well (after RemoveAll or DeleteAll).
   void FreeExtra() {
     if (m_count == 0) {
-      std::free(m_data);
+      if (!IsBorrowed()) std::free(m_data);
       m_data = nullptr;
       m_capacity = 0;
     }
   }
 
+  /// Uses the `count` elements at `data`, which someone else owns, as the
+  /// storage (see above). The array must be empty and hold no block.
+  void Borrow(T* data, int count) {
+    m_data = data;
+    m_count = count;
+    m_capacity = -1;
+  }
+
 private:
   bool Grow(int needed) {
-    int capacity = m_capacity < 8 ? 8 : m_capacity * 2;
+    int capacity = m_capacity < 8 ? 8 : m_capacity * 2;  // borrowed: from 8 too
     if (capacity < needed) capacity = needed;
     return Reserve(capacity);
   }

@@ -3,6 +3,7 @@
 
 #include <zorfutls/zorfutls.h>
 #include <zorutils/formats/XMLNode_impl.h>
+#include <zorutils/internal/WideScan.h>
 #include <zorutils/text/StringUtils.h>
 
 #include <io.h>
@@ -35,21 +36,6 @@ struct FileCloser {
   FILE* file;
 };
 
-// Whether the "xml" node's "encoding" attribute starts with "UTF-8".
-bool DeclaresUTF8(const CXMLNode* xml) {
-  for (int i = 0; i < xml->NumHeaderProperties(); ++i) {
-    const CXMLValue* v = xml->GetHeaderProperty(i);
-    if (!v->FieldName() || !zor::xml::NamesEqual(v->FieldName(), L"encoding")) continue;
-    const wchar_t* value = v->Value();
-    if (!value) return false;
-    static const wchar_t kUtf8[] = L"utf-8";
-    for (int k = 0; k < 5; ++k)
-      if (zor::xml::FoldAZ(value[k]) != kUtf8[k]) return false;  // stops at a shorter value's zero
-    return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 CXMLFile::CXMLFile()
@@ -71,7 +57,10 @@ CXMLFile& CXMLFile::operator=(const CXMLFile& other) {
   return *this;
 }
 
-CXMLFile::~CXMLFile() {}
+CXMLFile::~CXMLFile() {
+  XMLParser::ClearDocument(this);
+  zor::xml::XMLArena::LeaveDocument(this);
+}
 
 bool CXMLFile::Open(const wchar_t* path) {
   LogFmt(L"Entered CXMLFile::Open, file <%s>", path ? path : L"");
@@ -91,51 +80,64 @@ bool CXMLFile::Open(const wchar_t* path) {
     return false;
   }
   const unsigned int bytes = static_cast<unsigned int>(length);
-  // Four zero bytes behind the data, so that even an odd-length UTF-16 text
-  // ends in a zero character.
-  MallocPtr<unsigned char> data;
+  // One block for the widened text: the file's bytes are read into its upper
+  // part (at an even offset, so that UTF-16 text is used where it lies, with
+  // at least four zero bytes behind it: even an odd-length UTF-16 text then
+  // ends in a zero character), and single bytes are widened in place.
+  const size_t offset = (static_cast<size_t>(bytes) + 1) & ~static_cast<size_t>(1);
+  const size_t blockBytes = 2 * static_cast<size_t>(bytes) + 6;
+  MallocPtr<unsigned char> block;
   if (static_cast<unsigned long long>(length) <= kMaxFileBytes)
-    data.reset(static_cast<unsigned char*>(std::malloc(static_cast<size_t>(bytes) + 4)));
-  if (!data) {
+    block.reset(static_cast<unsigned char*>(std::malloc(blockBytes)));
+  if (!block) {
     LogFmt(L"Leaving CXMLFile::Open, can't alloc buffer of %u bytes", bytes);
     return false;
   }
-  if (fread(data.get(), 1, bytes, file.file) != bytes) {
+  unsigned char* data = block.get() + offset;
+  if (fread(data, 1, bytes, file.file) != bytes) {
     Log(L"Leaving CXMLFile::Open, couldn't read from file");
     return false;
   }
-  for (unsigned int k = 0; k < 4; ++k) data.get()[bytes + k] = 0;
-  if (StringIsUnicode(data.get(), static_cast<int>(bytes), false)) {
-    wchar_t* text = reinterpret_cast<wchar_t*>(data.get());
-    if (StringHasUnicodeHeader(data.get())) ++text;
+  for (size_t k = offset + bytes; k < blockBytes; ++k) block.get()[k] = 0;
+  if (StringIsUnicode(data, static_cast<int>(bytes), false)) {
+    wchar_t* text = reinterpret_cast<wchar_t*>(data);
+    if (StringHasUnicodeHeader(data)) ++text;
     return LoadFromBuffer(text);
   }
-  MallocPtr<wchar_t> widened(static_cast<wchar_t*>(std::malloc((static_cast<size_t>(bytes) + 1) * sizeof(wchar_t))));
-  if (!widened) {
-    LogFmt(L"Leaving CXMLFile::Open, can't alloc buffer of %u bytes", bytes);
-    return false;
-  }
-  ConvertSingleByteToUnicode(reinterpret_cast<const char*>(data.get()), bytes, widened.get(), bytes + 1, true);
-  data.reset();  // the bytes are no longer needed
-  return LoadFromBuffer(widened.get());
+  // Up to the first zero byte. Unit i is written over bytes 2i and 2i + 1,
+  // which lie below byte `offset` + i, the one it is read from (i < offset):
+  // nothing is overwritten before it is read.
+  wchar_t* text = reinterpret_cast<wchar_t*>(block.get());
+  unsigned int i = 0;
+  for (; i < bytes && data[i]; ++i) text[i] = data[i];
+  text[i] = 0;
+  return LoadFromBuffer(text);
 }
 
 bool CXMLFile::LoadFromBuffer(wchar_t* text) {
   if (!text || !*text) return false;
-  size_t length = wcslen(text);
+  size_t length = zor::WideLength(text);
   if (length > 0xFFFFFFF0u) length = 0xFFFFFFF0u;
   m_fileSize = static_cast<unsigned int>(length);
-  Clear();
+  XMLParser::ClearDocument(this);
   m_sequenceNumber = 0;
   m_nodeLength = 0;
   m_progressCallback = m_fileProgressCallback;
   m_progressUser = m_fileProgressUser;
   m_shouldDeHTMLify = m_fileShouldDeHTMLify;
   unsigned int position = 0;
-  Load(text, position, m_fileSize, 999999);
+  bool decoded = false;
+  {
+    // The tree goes into the document's own blocks (the heap when they
+    // cannot be had).
+    XMLParser parser(text, m_fileSize, zor::xml::XMLArena::ForDocument(this, length));
+    parser.mayDecode = !m_shouldDeHTMLify;
+    if (parser.field) parser.LoadElement(this, position, 999999, 0, false, 0);
+    decoded = parser.decode;
+  }
   m_parserPosition = position;
-  const CXMLNode* xml = CXMLNode::FindNode(L"XML");
-  if (xml && DeclaresUTF8(xml)) {
+  const CXMLNode* xml = decoded ? nullptr : CXMLNode::FindNode(L"XML");
+  if (xml && zor::xml::DeclaresUTF8(xml)) {
     const unsigned int longest = GetLongestString(true);
     wchar_t* work = static_cast<wchar_t*>(std::malloc((static_cast<size_t>(longest) + 1) * sizeof(wchar_t)));
     if (work) {

@@ -14,6 +14,7 @@
 
 using zor::xml::CopyText;
 using zor::xml::NamesEqual;
+using zor::xml::XMLArena;
 
 namespace {
 
@@ -86,8 +87,9 @@ CXMLNode& CXMLNode::operator=(const CXMLNode& other) {
   TakeAll(m_headerProperties, copy.m_headerProperties);
   TakeAll(m_contents, copy.m_contents);
   TakeAll(m_children, copy.m_children);
-  copy.EmptyChildrenNoDelete();
+  copy.RemoveAllNoTouch();
   CopySettings(copy);
+  XMLArena::Touch(this);  // heap objects in a parsed node
   return *this;
 }
 
@@ -127,18 +129,21 @@ void CXMLNode::SetName(const wchar_t* name) {
   wchar_t* copy = CopyText(name);  // before freeing: `name` may be our own text
   FreeName();
   m_name = copy;
+  if (copy) XMLArena::Touch(this);
 }
 
 void CXMLNode::FreeName() {
-  // A name right behind the node is part of the node's block (see
-  // XMLParser::NewNode); no name of a block of its own can sit there.
-  if (m_name != reinterpret_cast<wchar_t*>(reinterpret_cast<char*>(this) + sizeof(CXMLNode))) std::free(m_name);
+  zor::xml::FreeText(m_name);
   m_name = nullptr;
 }
 
 void* CXMLNode::operator new(std::size_t size) noexcept { return std::malloc(size); }
 void* CXMLNode::operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
-void CXMLNode::operator delete(void* block) noexcept { std::free(block); }
+
+void CXMLNode::operator delete(void* block) noexcept {
+  // A parsed node goes back to its document's blocks with them.
+  XMLArena::FreeObject(block);
+}
 
 // --- Look-ups -----------------------------------------------------------------------------
 
@@ -215,8 +220,9 @@ int CXMLNode::HighestSequenceNumber() const {
 
 bool CXMLNode::AddHeaderProperty(const wchar_t* name, const wchar_t* value) {
   if (!name || !*name || !value || !*value) return false;
-  CXMLValue* v = XMLParser::NewValue(name, wcslen(name), value, wcslen(value));
+  CXMLValue* v = XMLParser::NewValue(nullptr, name, wcslen(name), value, wcslen(value));
   if (!v) return false;
+  XMLArena::Touch(this);
   if (!m_headerProperties.Add(v)) {
     delete v;
     return false;
@@ -235,6 +241,15 @@ void CXMLNode::Clear() {
 }
 
 void CXMLNode::EmptyChildrenNoDelete() {
+  // Parsed objects handed over outlive their document's next parse: their
+  // blocks are then left to them.
+  for (int i = 0; i < m_children.GetSize(); ++i) XMLArena::Touch(m_children[i]);
+  for (int i = 0; i < m_headerProperties.GetSize(); ++i) XMLArena::Touch(m_headerProperties[i]);
+  for (int i = 0; i < m_contents.GetSize(); ++i) XMLArena::Touch(m_contents[i]);
+  RemoveAllNoTouch();
+}
+
+void CXMLNode::RemoveAllNoTouch() {
   m_children.RemoveAll();
   m_children.FreeExtra();
   m_headerProperties.RemoveAll();
@@ -248,6 +263,7 @@ void CXMLNode::CopyContents(const CXMLNode& other) {
   const int properties = other.m_headerProperties.GetSize();
   const int contents = other.m_contents.GetSize();
   const int children = other.m_children.GetSize();
+  XMLArena::Touch(this);
   AppendValueCopies(m_headerProperties, other.m_headerProperties, properties);
   // Deliberately into the header properties: hosts merge a node's texts
   // with its attributes this way.

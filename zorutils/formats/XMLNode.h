@@ -31,9 +31,9 @@
 // - A node's length (NodeLength) is the number of characters it spans, from
 //   its opening '<' to behind its closing tag, or to where its parse stopped.
 //
-// Storage: as with CXMLValue, a node made by the parser carries its name in
-// its own heap block, recognised by its address; the class allocates its
-// objects itself, so `new` and `delete` work on either side of the library.
+// Storage: as with CXMLValue, the nodes a document parses live in blocks the
+// document owns and behave as any other; the class allocates its objects
+// itself, so `new` and `delete` work on either side of the library.
 #pragma once
 
 #include <zorutils/Export.h>
@@ -224,8 +224,10 @@ protected:
   /// Copies sequence number, callback, user data, file size, node length and
   /// the de-HTML-ify flag.
   void CopySettings(const CXMLNode& other);
-  /// Frees the name unless it lives in the node's own block; sets it null.
+  /// Frees the name unless it lives in a document's blocks; sets it null.
   void FreeName();
+  /// EmptyChildrenNoDelete without marking handed-over objects.
+  void RemoveAllNoTouch();
 
   CDynArray<CXMLNode*> m_children;
   CDynArray<CXMLValue*> m_headerProperties;

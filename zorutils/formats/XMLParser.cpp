@@ -6,11 +6,13 @@
 // instead of scanning for it again). Contents and children met while an
 // element is open wait on two shared stacks and move into the element's
 // arrays in one step when it is done, so each array is allocated once at its
-// exact size.
+// exact size. A document's parse takes everything from its arena
+// (XMLArena_impl.h); CXMLNode::Load on its own from the heap.
 #include <zorutils/formats/XMLNode.h>
 
 #include <zorfutls/zorfutls.h>
 #include <zorutils/formats/XMLNode_impl.h>
+#include <zorutils/internal/WideScan.h>
 
 #include <cstdlib>
 #include <cwchar>
@@ -18,10 +20,21 @@
 
 using zor::xml::FoldAZ;
 using zor::xml::NamesEqual;
+using zor::xml::XMLArena;
 
 namespace {
 
-inline bool IsWhite(wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; }
+// Blank, tab, CR or LF: one comparison for everything above the blank.
+inline bool IsWhite(wchar_t c) {
+  const unsigned long long kWhite = (1ull << L' ') | (1ull << L'\t') | (1ull << L'\r') | (1ull << L'\n');
+  return c <= L' ' && ((1ull << c) & kWhite) != 0;
+}
+
+// '>', '"' or '\'': what ends the search for a tag's closing.
+inline bool ClosesOrQuotes(wchar_t c) {
+  const unsigned long long kSet = (1ull << L'>') | (1ull << L'"') | (1ull << L'\'');
+  return c < 64 && ((1ull << c) & kSet) != 0;
+}
 
 // The limit of a DOCTYPE token, in characters.
 const size_t kDocTypeToken = 1023;
@@ -34,7 +47,10 @@ unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos,
                      TagSpan& span) {
   unsigned int i = pos;
   for (;;) {
-    while (i < length && text[i] != L'<') ++i;
+    // Tags mostly follow each other or short texts: a few units one by one
+    // before the vector scan.
+    for (const unsigned int stop = i + 16 < length ? i + 16 : length; i < stop && text[i] != L'<';) ++i;
+    if (i < length && text[i] != L'<') i += static_cast<unsigned int>(zor::FindUnitWithin(text + i, length - i, L'<'));
     if (i >= length) return kXMLNoTag;
     if (i + 4 < length && text[i + 1] == L'!' && text[i + 2] == L'-' && text[i + 3] == L'-') {
       // Inside a comment only "-->" counts.
@@ -61,26 +77,35 @@ unsigned int ScanTag(const wchar_t* text, unsigned int length, unsigned int pos,
         open = 9;
       }
     }
-    // The closing, outside quotes; inside a quote only the same quote ends it.
-    wchar_t quote = 0;
-    for (unsigned int j = i + open; j < length; ++j) {
+    // The closing, outside quotes; inside a quote only the same quote ends
+    // it. The first '>' outside quotes closes the tag; a '?' or '/' right in
+    // front of it (behind the opening) makes it "?>" or "/>".
+    const unsigned int inner = i + open;
+    unsigned int j = inner;
+    for (;;) {
+      for (const unsigned int stop = j + 16 < length ? j + 16 : length; j < stop && !ClosesOrQuotes(text[j]);) ++j;
+      if (j < length && !ClosesOrQuotes(text[j]))
+        j += static_cast<unsigned int>(zor::FindAnyOf3Within(text + j, length - j, L'>', L'"', L'\''));
+      if (j >= length) return kXMLNoTag;  // an opening that never closes ends the scan
       const wchar_t c = text[j];
-      if (quote) {
-        if (c == quote) quote = 0;
-      } else if (c == L'>') {
-        field.endKind = kXMLEndTagClose;
-        span = {i + open, j, j + 1};
-        return i;
-      } else if ((c == L'?' || c == L'/') && j + 1 < length && text[j + 1] == L'>') {
-        field.endKind = c == L'?' ? kXMLEndDeclaration : kXMLEndEmpty;
-        span = {i + open, j, j + 2};
-        return i;
-      } else if (c == L'"' || c == L'\'') {
-        quote = c;
+      if (c != L'>') {
+        ++j;
+        for (const unsigned int stop = j + 16 < length ? j + 16 : length; j < stop && text[j] != c;) ++j;
+        if (j < length && text[j] != c) j += static_cast<unsigned int>(zor::FindUnitWithin(text + j, length - j, c));
+        if (j >= length) return kXMLNoTag;
+        ++j;
+        continue;
       }
+      const wchar_t before = j > inner ? text[j - 1] : 0;
+      if (before == L'?' || before == L'/') {
+        field.endKind = before == L'?' ? kXMLEndDeclaration : kXMLEndEmpty;
+        span = {inner, j - 1, j + 1};
+      } else {
+        field.endKind = kXMLEndTagClose;
+        span = {inner, j, j + 1};
+      }
+      return i;
     }
-    // An opening that never closes ends the scan.
-    return kXMLNoTag;
   }
 }
 
@@ -130,51 +155,146 @@ void DecodeString(wchar_t* s, wchar_t* work, int workChars) {
 
 }  // namespace
 
-CXMLValue* XMLParser::NewValue(const wchar_t* name, size_t nameLength, const wchar_t* value,
-                               size_t valueLength) {
-  if (!name) nameLength = 0;
-  if (!value) valueLength = 0;
-  const size_t chars = (nameLength ? nameLength + 1 : 0) + (valueLength ? valueLength + 1 : 0);
-  void* block = CXMLValue::operator new(sizeof(CXMLValue) + chars * sizeof(wchar_t));
+wchar_t* XMLParser::NewText(XMLParser* parser, const wchar_t* s, size_t n, bool isFinal) {
+  if (!s || !n) return nullptr;
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  wchar_t* copy = arena ? arena->NewText(n + 1) : static_cast<wchar_t*>(std::malloc((n + 1) * sizeof(wchar_t)));
+  if (!copy) return nullptr;
+  if (parser && parser->decode && !isFinal) {
+    // Copied up to the first unit that may lead a UTF-8 sequence, decoded
+    // from there (an emptied text stays "", not null); the room decoding
+    // saved goes back to the arena.
+    size_t k = zor::CopyBelow(s, n, copy, 192);
+    // Units above 253 lead nothing: copied on.
+    while (k < n && s[k] > 253) {
+      copy[k] = s[k];
+      ++k;
+      k += zor::CopyBelow(s + k, n - k, copy + k, 192);
+    }
+    if (k < n) {
+      bool changed = false;
+      const size_t m = k + zor::xml::DecodeUTF8Units(s + k, n - k, copy + k, changed);
+      copy[m] = 0;
+      return arena ? arena->ShrinkText(copy, n + 1, m + 1) : copy;
+    }
+  } else if (n < 32) {  // most texts are a few characters: no runtime call for those
+    for (size_t i = 0; i < n; ++i) copy[i] = s[i];
+  } else {
+    wmemcpy(copy, s, n);
+  }
+  copy[n] = 0;
+  return copy;
+}
+
+CXMLValue* XMLParser::NewValue(XMLParser* parser, const wchar_t* name, size_t nameLength, const wchar_t* value,
+                               size_t valueLength, bool nameIsFinal) {
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  void* block = arena ? arena->NewObject(sizeof(CXMLValue)) : CXMLValue::operator new(sizeof(CXMLValue));
   if (!block) return nullptr;
   CXMLValue* v = ::new (block) CXMLValue;
-  wchar_t* p = v->InlineText();
-  if (nameLength) {
-    wmemcpy(p, name, nameLength);
-    p[nameLength] = 0;
-    v->m_fieldName = p;
-    p += nameLength + 1;
-  }
-  if (valueLength) {
-    wmemcpy(p, value, valueLength);
-    p[valueLength] = 0;
-    v->m_value = p;
-  }
+  v->m_fieldName = NewText(parser, name, nameLength, nameIsFinal);
+  v->m_value = NewText(parser, value, valueLength);
   return v;
 }
 
-CXMLNode* XMLParser::NewNode(const wchar_t* name, size_t nameLength) {
-  const size_t chars = nameLength ? nameLength + 1 : 0;
-  void* block = CXMLNode::operator new(sizeof(CXMLNode) + chars * sizeof(wchar_t));
+CXMLNode* XMLParser::NewNode(XMLParser* parser, const wchar_t* name, size_t nameLength) {
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  void* block = arena ? arena->NewObject(sizeof(CXMLNode)) : CXMLNode::operator new(sizeof(CXMLNode));
   if (!block) return nullptr;
   CXMLNode* node = ::new (block) CXMLNode;
-  if (nameLength) {
-    wchar_t* p = reinterpret_cast<wchar_t*>(reinterpret_cast<char*>(node) + sizeof(CXMLNode));
-    wmemcpy(p, name, nameLength);
-    p[nameLength] = 0;
-    node->m_name = p;
-  }
+  node->m_name = NewText(parser, name, nameLength);
   return node;
 }
 
-unsigned int XMLParser::NextTag(CXMLNode* node, unsigned int pos) {
+void XMLParser::StartDecodingIfDeclared(CXMLNode* root) {
+  if (!mayDecode || !root->m_name || !NamesEqual(root->m_name, L"xml") || !zor::xml::DeclaresUTF8(root)) return;
+  decode = true;
+  auto inPlace = [](wchar_t* t) {
+    if (!t) return;
+    bool changed = false;
+    t[zor::xml::DecodeUTF8Units(t, wcslen(t), t, changed)] = 0;
+  };
+  inPlace(root->m_name);
+  for (int i = 0; i < root->m_headerProperties.GetSize(); ++i) {
+    inPlace(root->m_headerProperties[i]->m_fieldName);
+    inPlace(root->m_headerProperties[i]->m_value);
+  }
+}
+
+template <class T>
+void XMLParser::Append(XMLArena* arena, CDynArray<T*>& to, T* const* items, int count) {
+  if (count <= 0) return;
+  if (arena && to.GetSize() == 0 && !to.GetData()) {
+    if (void** block = arena->NewArray(static_cast<size_t>(count))) {
+      for (int i = 0; i < count; ++i) block[i] = items[i];
+      to.Borrow(reinterpret_cast<T**>(block), count);
+      return;
+    }
+  }
+  // A block of the array's own inside a parsed node: its document must
+  // then free it one by one.
+  if (arena) XMLArena::Touch(&to);
+  to.Reserve(to.GetSize() + count);
+  for (int i = 0; i < count; ++i)
+    if (!to.Add(items[i])) delete items[i];
+}
+
+void XMLParser::ClearDocument(CXMLNode* doc) {
+  XMLArena* arena = XMLArena::OfDocument(doc);
+  if (!arena) {
+    doc->Clear();
+    return;
+  }
+  if (arena->Dirty()) {
+    // Changed or handed over since the parse: object by object.
+    doc->Clear();
+    if (arena->HasOutsideObjects()) {
+      XMLArena::LeaveDocument(doc);  // the handed-over objects keep it
+    } else {
+      arena->Reset();
+    }
+    return;
+  }
+  // Untouched: everything parsed goes with the arena. Only what the host
+  // added to the root itself (which lies outside it) is deleted one by one.
+  doc->FreeName();
+  auto drop = [arena](auto& items) {
+    if (!items.IsBorrowed()) {
+      for (int i = 0; i < items.GetSize(); ++i)
+        if (!arena->Contains(items[i])) delete items[i];
+    }
+    items.RemoveAll();
+    items.FreeExtra();
+  };
+  drop(doc->m_children);
+  drop(doc->m_headerProperties);
+  drop(doc->m_contents);
+  arena->Reset();
+}
+
+unsigned int XMLParser::NextTag(unsigned int pos) {
   if (pos == noTagFrom) return kXMLNoTag;
   unsigned int at = ScanTag(text, length, pos, *field, span);
   if (at == kXMLNoTag) {
     noTagFrom = pos;
     return at;
   }
-  node->ParseFieldID(text, span.innerStart, span.innerEnd - span.innerStart, *field);
+  // The name and whether attributes follow (the quoted value of the public
+  // ParseFieldID is of no use here): after the name, which ends at white
+  // space, anything that is not white space.
+  TFieldResult& f = *field;
+  unsigned int j = span.innerStart;
+  const unsigned int end = span.innerEnd;
+  while (j < end && IsWhite(text[j])) ++j;
+  tagNameStart = j;
+  unsigned int n = 0;
+  for (; j < end && !IsWhite(text[j]); ++j)
+    if (n < static_cast<unsigned int>(kXMLMaxTagName)) f.tagName[n++] = text[j];
+  f.tagName[n] = 0;
+  f.quotedValue[0] = 0;
+  while (j < end && IsWhite(text[j])) ++j;
+  f.hasAttributes = j < end;
+  tagNameLength = n;
   return at;
 }
 
@@ -186,11 +306,15 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
   bool metOpen = false;
   bool result = true;  // also the answer after maxTags tags
   unsigned int openedAt = position;
+  const wchar_t* rawName = nullptr;
+  size_t rawLength = 0;
+  const size_t kUnmeasured = ~static_cast<size_t>(0);
+  size_t nameLength = kUnmeasured;  // of the node's name, once it holds contents
   for (int tags = 0; tags < maxTags; ++tags) {
     if (haveTag) {
       haveTag = false;
     } else {
-      tagStart = NextTag(node, position);
+      tagStart = NextTag(position);
       if (tagStart == kXMLNoTag) {
         result = metOpen;
         break;
@@ -202,26 +326,34 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
       // The node's own opening tag.
       metOpen = true;
       openedAt = tagStart;
-      if (!node->m_name) node->SetName(f.tagName);
+      if (!node->m_name) node->m_name = NewText(this, f.tagName, tagNameLength);
       if (f.startKind == kXMLDocType) {
         if (!node->m_name || wcscmp(node->m_name, L"DOCTYPE") != 0) node->SetName(L"DOCTYPE");
-        node->ParseDocTypeDeclaration(text + tagStart, span.innerEnd - tagStart);
+        LoadDocType(node, this, text + tagStart, span.innerEnd - tagStart);
       } else if (f.hasAttributes) {
-        node->LoadHeaderProperties(text + span.innerStart, span.innerEnd - span.innerStart);
+        LoadAttributes(node, this, text + span.innerStart, span.innerEnd - span.innerStart);
+      }
+      if (depth == 0) StartDecodingIfDeclared(node);
+      if (decode) {
+        // The name is stored decoded; end tags are matched against it as
+        // written in the opening tag.
+        rawName = text + tagNameStart;
+        rawLength = tagNameLength;
       }
       position = span.tagEnd;
       if (f.endKind == kXMLEndEmpty || f.startKind == kXMLDocType) break;
       continue;
     }
     if (node->IsMeaningfulString(text, position, tagStart)) {
-      CXMLValue* content = NewValue(node->m_name, node->m_name ? wcslen(node->m_name) : 0, text + position,
-                                    tagStart - position);
+      if (nameLength == kUnmeasured) nameLength = node->m_name ? zor::WideLength(node->m_name) : 0;
+      CXMLValue* content = NewValue(this, node->m_name, nameLength, text + position, tagStart - position, true);
       if (content) {
         content->m_sequenceNumber = sequence++;
         if (!pendingContents.Add(content)) delete content;
       }
     }
-    if (f.startKind == kXMLEndTag && NamesEqual(node->m_name, f.tagName)) {
+    if (f.startKind == kXMLEndTag &&
+        (rawName ? zor::FoldEqualN(f.tagName, rawName, rawLength) : NamesEqual(node->m_name, f.tagName))) {
       position = span.tagEnd;
       break;
     }
@@ -231,7 +363,8 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
       continue;
     }
     // The child's name is known already: the tag in hand is its opening tag.
-    CXMLNode* child = f.startKind == kXMLDocType ? NewNode(L"DOCTYPE", 7) : NewNode(f.tagName, wcslen(f.tagName));
+    CXMLNode* child = f.startKind == kXMLDocType ? NewNode(this, L"DOCTYPE", 7)
+                                                 : NewNode(this, f.tagName, tagNameLength);
     if (!child) {
       position = span.tagEnd;
       continue;
@@ -252,16 +385,12 @@ bool XMLParser::LoadElement(CXMLNode* node, unsigned int& position, int maxTags,
   // Move what was met into the node's arrays, each grown once.
   const int contents = pendingContents.GetSize() - contentBase;
   if (contents > 0) {
-    node->m_contents.Reserve(node->m_contents.GetSize() + contents);
-    for (int i = 0; i < contents; ++i)
-      if (!node->m_contents.Add(pendingContents[contentBase + i])) delete pendingContents[contentBase + i];
+    Append(arena, node->m_contents, pendingContents.GetData() + contentBase, contents);
     while (pendingContents.GetSize() > contentBase) pendingContents.RemoveAt(pendingContents.GetSize() - 1);
   }
   const int children = pendingChildren.GetSize() - childBase;
   if (children > 0) {
-    node->m_children.Reserve(node->m_children.GetSize() + children);
-    for (int i = 0; i < children; ++i)
-      if (!node->m_children.Add(pendingChildren[childBase + i])) delete pendingChildren[childBase + i];
+    Append(arena, node->m_children, pendingChildren.GetData() + childBase, children);
     while (pendingChildren.GetSize() > childBase) pendingChildren.RemoveAt(pendingChildren.GetSize() - 1);
   }
   if (metOpen) node->m_nodeLength = position - openedAt;
@@ -275,8 +404,9 @@ bool CXMLNode::Load(const wchar_t* text, unsigned int& position, unsigned int le
     Log(L"Leaving CXMLFile::Load, no data");
     return false;
   }
-  XMLParser parser(text, length);
+  XMLParser parser(text, length, nullptr);
   if (!parser.field) return false;
+  XMLArena::Touch(this);  // heap objects in a parsed node
   return parser.LoadElement(this, position, maxTags, 0, false, 0);
 }
 
@@ -338,15 +468,36 @@ void CXMLNode::ParseFieldID(const wchar_t* text, unsigned int start, unsigned in
 }
 
 void CXMLNode::LoadHeaderProperties(const wchar_t* text, unsigned int length) {
+  XMLArena::Touch(this);
+  XMLParser::LoadAttributes(this, nullptr, text, length);
+}
+
+void XMLParser::LoadAttributes(CXMLNode* node, XMLParser* parser, const wchar_t* text, unsigned int length) {
   if (!text) return;
+  XMLArena* arena = parser ? parser->arena : nullptr;
+  // Tags rarely carry many attributes: a small array on the stack, a heap
+  // one for the others.
+  CXMLValue* local[16] = {};
+  CDynArray<CXMLValue*> more;
   int count = 0;
-  ForEachAttribute(text, length, [&](unsigned int, unsigned int, unsigned int, unsigned int) { ++count; });
-  if (count == 0) return;
-  m_headerProperties.Reserve(m_headerProperties.GetSize() + count);
   ForEachAttribute(text, length, [&](unsigned int ns, unsigned int nn, unsigned int vs, unsigned int vn) {
-    CXMLValue* v = XMLParser::NewValue(text + ns, nn, text + vs, vn);
-    if (v && !m_headerProperties.Add(v)) delete v;
+    CXMLValue* v = NewValue(parser, text + ns, nn, text + vs, vn);
+    if (!v) return;
+    if (count < 16) {
+      local[count++] = v;
+    } else if (!more.Add(v)) {
+      delete v;
+    }
   });
+  if (more.GetSize() > 0) {
+    CDynArray<CXMLValue*> all;
+    all.Reserve(count + more.GetSize());
+    for (int i = 0; i < count; ++i) all.Add(local[i]);
+    for (int i = 0; i < more.GetSize(); ++i) all.Add(more[i]);
+    Append(arena, node->m_headerProperties, all.GetData(), all.GetSize());
+  } else {
+    Append(arena, node->m_headerProperties, local, count);
+  }
 }
 
 bool CXMLNode::IsMeaningfulString(const wchar_t* text, unsigned int from, unsigned int to) const {
@@ -357,7 +508,13 @@ bool CXMLNode::IsMeaningfulString(const wchar_t* text, unsigned int from, unsign
 }
 
 void CXMLNode::ParseDocTypeDeclaration(const wchar_t* text, unsigned int length) {
+  XMLArena::Touch(this);
+  XMLParser::LoadDocType(this, nullptr, text, length);
+}
+
+void XMLParser::LoadDocType(CXMLNode* node, XMLParser* parser, const wchar_t* text, unsigned int length) {
   if (!text) return;
+  XMLArena* arena = parser ? parser->arena : nullptr;
   // The tag's first token is the keyword itself, which is not kept.
   unsigned int j = 0;
   while (j < length && IsWhite(text[j])) ++j;
@@ -368,12 +525,13 @@ void CXMLNode::ParseDocTypeDeclaration(const wchar_t* text, unsigned int length)
   size_t n = 0;
   int sequence = 0;
   bool inDouble = false, inSingle = false;
+  CDynArray<CXMLValue*> tokens;
   auto emit = [&]() {
     if (n == 0) return;
-    CXMLValue* v = XMLParser::NewValue(nullptr, 0, token, n);
+    CXMLValue* v = NewValue(parser, nullptr, 0, token, n);
     if (v) {
       v->m_sequenceNumber = sequence++;
-      if (!m_contents.Add(v)) delete v;
+      if (!tokens.Add(v)) delete v;
     }
     n = 0;
   };
@@ -393,15 +551,14 @@ void CXMLNode::ParseDocTypeDeclaration(const wchar_t* text, unsigned int length)
     }
   }
   // A token still open here is deliberately not added.
+  Append(arena, node->m_contents, tokens.GetData(), tokens.GetSize());
 }
 
 // --- UTF-8 ---------------------------------------------------------------------------------
 
-bool CXMLNode::DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars) {
-  if (!in || !out || outChars < 1) return false;
-  const size_t length = wcslen(in);
-  if (static_cast<size_t>(outChars) < length + 1) return false;
-  bool changed = false;
+size_t zor::xml::DecodeUTF8Units(const wchar_t* in, size_t length, wchar_t* out, bool& changed) {
+  // Every step reads a unit before it writes one at an index no higher, so
+  // `out` may be `in`.
   size_t o = 0;
   for (size_t i = 0; i < length;) {
     const wchar_t c = in[i];
@@ -421,7 +578,15 @@ bool CXMLNode::DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars)
       out[o++] = in[i++];
     }
   }
-  out[o] = 0;
+  return o;
+}
+
+bool CXMLNode::DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars) {
+  if (!in || !out || outChars < 1) return false;
+  const size_t length = wcslen(in);
+  if (static_cast<size_t>(outChars) < length + 1) return false;
+  bool changed = false;
+  out[zor::xml::DecodeUTF8Units(in, length, out, changed)] = 0;
   return changed;
 }
 

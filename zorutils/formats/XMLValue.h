@@ -7,13 +7,12 @@
 // -1 for attributes and for values made by hand. Strings are owned; a null or
 // empty text is kept as null.
 //
-// Storage: values made by the parser carry their two strings in the same
-// heap block as the object (one allocation instead of three, which is most
-// of the parser's time and of a tree's size). Such a string is recognised by
-// its address (right behind the object) and never freed on its own; a
-// string set later is a block of its own. The class allocates its objects
-// itself (from the library's C runtime heap), so `new` and `delete` of
-// CXMLValue may be used on either side of the library boundary.
+// Storage: values a document parses, and their strings, live in blocks the
+// document owns (see CXMLFile); such a value is still deleted, copied and
+// given new texts as any other, and a string set later is a heap block of its
+// own. The class allocates its objects itself (from the library's C runtime
+// heap), so `new` and `delete` of CXMLValue may be used on either side of the
+// library boundary.
 #pragma once
 
 #include <zorutils/Export.h>
@@ -55,11 +54,6 @@ public:
 private:
   friend class CXMLNode;
   friend struct XMLParser;
-
-  /// Where the strings stored in the object's own block begin.
-  wchar_t* InlineText() const;
-  /// Whether `text` (the field name or the value) lives in the object's block.
-  bool IsInline(const wchar_t* text) const;
 
   wchar_t* m_fieldName;
   wchar_t* m_value;

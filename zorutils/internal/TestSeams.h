@@ -21,3 +21,7 @@ ZORUTILS_API void ZorTest_UseVersionRecord(const OSVERSIONINFOEXW* record);
 /// Makes the promo player read the time from `clock` instead of the tick
 /// count (transitions, owner-drawn backgrounds); null restores the tick count.
 ZORUTILS_API void ZorTest_SetPromoClock(DWORD (*clock)());
+
+/// Makes the wide scans behind CCOMString and the XML scanner use their plain
+/// loops (true) instead of the vector code, as on a processor without SSE2.
+ZORUTILS_API void ZorTest_UsePlainWideScans(bool plain);

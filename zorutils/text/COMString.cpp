@@ -1,6 +1,11 @@
 // CCOMString: every operation is built on the storage members, which keep the
 // block at exactly length + 1 units (shortening in place keeps the block).
+// The length is measured (never stored), with the vector scan; where an
+// operation only needs to know whether the text reaches some index, it
+// measures no further than that.
 #include <zorutils/text/COMString.h>
+
+#include <zorutils/internal/WideScan.h>
 
 #include <oleauto.h>
 
@@ -17,13 +22,11 @@ const wchar_t kEmpty[] = L"";
 
 inline const wchar_t* OrEmpty(const wchar_t* s) { return s ? s : kEmpty; }
 
-inline int Len(const wchar_t* s) { return static_cast<int>(wcslen(s)); }
+inline int Len(const wchar_t* s) { return static_cast<int>(zor::WideLength(s)); }
 
-// Index of `ch` among the first `len` units of `s` at or after `start`, or -1.
-int FindUnit(const wchar_t* s, int len, wchar_t ch, int start) {
-  for (int i = start; i < len; ++i)
-    if (s[i] == ch) return i;
-  return -1;
+// Whether the text at `s` holds no zero among its first `n` units.
+inline bool Reaches(const wchar_t* s, int n) {
+  return n <= 0 || (s && zor::WideLengthWithin(s, static_cast<size_t>(n)) == static_cast<size_t>(n));
 }
 
 }  // namespace
@@ -185,10 +188,10 @@ CCOMString& CCOMString::operator+=(wchar_t ch) {
 
 int CCOMString::GetLength() const { return m_pszString ? Len(m_pszString) : 0; }
 
-bool CCOMString::IsEmpty() const { return GetLength() < 1; }
+bool CCOMString::IsEmpty() const { return !m_pszString || !m_pszString[0]; }
 
 void CCOMString::Empty() {
-  if (GetLength() != 0) m_pszString[0] = 0;
+  if (m_pszString && m_pszString[0]) m_pszString[0] = 0;
 }
 
 BSTR CCOMString::AllocSysString() const {
@@ -233,20 +236,23 @@ int CCOMString::Collate(const wchar_t* text) const {
 int CCOMString::Find(const wchar_t* sub) const { return Find(sub, 0); }
 
 int CCOMString::Find(const wchar_t* sub, int start) const {
-  if (start > GetLength()) return -1;
+  // Only whether the text reaches `start` matters, not its whole length.
+  if (!Reaches(m_pszString, start)) return -1;
   // An empty pattern is found where the search starts (the runtime's wcsstr
   // finds nothing in an empty text, even the empty pattern).
   if (!sub || !*sub) return start;
-  const wchar_t* hit = wcsstr(m_pszString + start, sub);
+  const wchar_t* hit = zor::FindText(m_pszString + start, sub, zor::WideLength(sub));
   return hit ? static_cast<int>(hit - m_pszString) : -1;
 }
 
 int CCOMString::Find(wchar_t ch) const { return Find(ch, 0); }
 
 int CCOMString::Find(wchar_t ch, int start) const {
-  int len = GetLength();
-  if (start >= len) return -1;
-  return FindUnit(m_pszString, len, ch, start);
+  // The text must reach beyond `start`; the scan from there stops at `ch`
+  // or at the end (a zero `ch` is never found).
+  if (!m_pszString || !Reaches(m_pszString, start + 1)) return -1;
+  const wchar_t* hit = zor::FindUnitOrZero(m_pszString + start, ch);
+  return *hit ? static_cast<int>(hit - m_pszString) : -1;
 }
 
 int CCOMString::FindOneOf(const wchar_t* set) const {
@@ -256,7 +262,7 @@ int CCOMString::FindOneOf(const wchar_t* set) const {
 
 CCOMString CCOMString::Left(int count) const {
   if (count < 0) count = 0;
-  if (count >= GetLength()) return *this;
+  if (!Reaches(m_pszString, count + 1)) return *this;  // count >= length
   CCOMString result;
   StringCopy(result, count, 0, 0);
   return result;
@@ -317,7 +323,7 @@ int CCOMString::Replace(const wchar_t* oldText, const wchar_t* newText) {
 
   // Count the non-overlapping matches, left to right.
   int count = 0;
-  for (const wchar_t* p = wcsstr(m_pszString, oldText); p; p = wcsstr(p + oldLen, oldText))
+  for (const wchar_t* p = zor::FindText(m_pszString, oldText, oldLen); p; p = zor::FindText(p + oldLen, oldText, oldLen))
     ++count;
   if (count == 0) return 0;
 
@@ -332,7 +338,7 @@ int CCOMString::Replace(const wchar_t* oldText, const wchar_t* newText) {
       : m_pszString;
   wchar_t* out = dst;
   const wchar_t* from = src;
-  for (const wchar_t* hit = wcsstr(from, oldText); hit; hit = wcsstr(from, oldText)) {
+  for (const wchar_t* hit = zor::FindText(from, oldText, oldLen); hit; hit = zor::FindText(from, oldText, oldLen)) {
     size_t keep = static_cast<size_t>(hit - from);
     if (out != from) wmemmove(out, from, keep);
     out += keep;
@@ -340,7 +346,7 @@ int CCOMString::Replace(const wchar_t* oldText, const wchar_t* newText) {
     out += newLen;
     from = hit + oldLen;
   }
-  size_t tail = wcslen(from);
+  size_t tail = zor::WideLength(from);
   if (out != from) wmemmove(out, from, tail);
   out[tail] = 0;
   if (dst != src) {
@@ -353,7 +359,7 @@ int CCOMString::Replace(const wchar_t* oldText, const wchar_t* newText) {
 void CCOMString::TrimLeft() {
   const wchar_t* p = m_pszString;
   while (*p && iswspace(*p)) ++p;
-  if (p != m_pszString) wmemmove(m_pszString, p, wcslen(p) + 1);
+  if (p != m_pszString) wmemmove(m_pszString, p, zor::WideLength(p) + 1);
 }
 
 void CCOMString::TrimRight() {
