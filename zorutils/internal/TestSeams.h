@@ -21,3 +21,9 @@ ZORUTILS_API void ZorTest_UseVersionRecord(const OSVERSIONINFOEXW* record);
 /// Makes the promo player read the time from `clock` instead of the tick
 /// count (transitions, owner-drawn backgrounds); null restores the tick count.
 ZORUTILS_API void ZorTest_SetPromoClock(DWORD (*clock)());
+
+/// Shortens the music lookup's pacing (version 2): the interval between two
+/// requests of the process and the length of one second of a Retry-After
+/// pause, in milliseconds. 0 restores the real 1000. Either way the next
+/// request may go at once.
+ZORUTILS_API void ZorTest_SetLookupPacing(DWORD intervalMs, DWORD secondMs);
