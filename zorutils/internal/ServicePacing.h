@@ -25,8 +25,4 @@ void ServiceRequestArrived(unsigned turn);
 /// The service asked for a pause of `seconds`: no turn before then.
 void HoldServiceRequests(unsigned long seconds);
 
-/// The interval between turns and the length of one second of a pause the
-/// service asks for, in milliseconds (1000 each, unless the tests shorten them).
-DWORD ServiceIntervalMs();
-
 }  // namespace zor

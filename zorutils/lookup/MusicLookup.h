@@ -70,7 +70,8 @@ public:
   virtual ~CDLookup();
 
   /// Queue a search; true when it was queued. Texts are passed already
-  /// URL-encoded; `offset` is the zero-based first record of a page of 100.
+  /// URL-encoded to MusicBrainzLookup, plain to MusicBrainzLookupV2;
+  /// `offset` is the zero-based first record of a page of 100.
   virtual bool SearchArtists(wchar_t* name, int offset) = 0;
   virtual bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) = 0;
   virtual bool GetAlbums(wchar_t* artistId, int offset) = 0;

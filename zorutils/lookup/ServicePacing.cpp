@@ -43,8 +43,6 @@ void PushTo(ULONGLONG ms) {
 
 namespace zor {
 
-DWORD ServiceIntervalMs() { return static_cast<DWORD>(g_intervalMs); }
-
 bool TakeServiceTurn(StopWaitingProc stop, void* user, unsigned* turn) {
   for (;;) {
     if (stop && stop(user)) return false;
