@@ -11,16 +11,15 @@ namespace zor {
 /// Asked while waiting: true ends the wait.
 typedef bool (*StopWaitingProc)(void* user);
 
-/// Waits until the process may send its next request, then takes the turn:
-/// true with the turn's number in `turn`. False, without a turn, as soon as
-/// `stop` answers true (it is asked before every pause).
-bool TakeServiceTurn(StopWaitingProc stop, void* user, unsigned* turn);
+/// Waits until the process may send its next request, then takes the turn
+/// (true). False, without a turn, as soon as `stop` answers true (it is
+/// asked before every pause).
+bool TakeServiceTurn(StopWaitingProc stop, void* user);
 
-/// The request of `turn` has certainly reached the service (its reply began,
-/// or it ended): when no later turn was taken, the next one waits a full
-/// interval from now, so that requests are apart at the service too and not
-/// only where they leave.
-void ServiceRequestArrived(unsigned turn);
+/// A request has certainly reached the service (its reply began, or it
+/// ended): the next one waits a full interval from now, so that requests are
+/// apart where the service receives them and not only where they leave.
+void ServiceRequestArrived();
 
 /// The service asked for a pause of `seconds`: no turn before then.
 void HoldServiceRequests(unsigned long seconds);

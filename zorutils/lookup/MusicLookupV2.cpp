@@ -258,15 +258,14 @@ bool MusicBrainzLookup::StopWaiting(void* wait) {
 void MusicBrainzLookup::FetchPaced(unsigned serial, const wchar_t* file) {
   Wait wait = {this, serial};
   for (int attempt = 0;; ++attempt) {
-    unsigned turn = 0;
-    if (!zor::TakeServiceTurn(StopWaiting, &wait, &turn)) break;
+    if (!zor::TakeServiceTurn(StopWaiting, &wait)) break;
     m_lock.Lock();
     const bool started = !m_quit && m_pending && m_pending->serial == serial &&
                          !m_pending->cancelled &&
                          m_pending->download.StartDownload(m_session, m_pending->url, file, 0) != 0;
     m_lock.Unlock();
     if (!started) {
-      zor::ServiceRequestArrived(turn);  // nothing left: the next may go an interval from now
+      zor::ServiceRequestArrived();  // nothing was sent, but keep to the pace
       break;
     }
     bool current = true, arrived = false, busy = true;
@@ -281,7 +280,7 @@ void MusicBrainzLookup::FetchPaced(unsigned serial, const wchar_t* file) {
       // The reply has begun (or the download is over): the request has
       // reached the service, and the process's next one waits from here.
       if (!arrived && (status || !busy)) {
-        zor::ServiceRequestArrived(turn);
+        zor::ServiceRequestArrived();
         arrived = true;
       }
       if (busy) ::Sleep(kPollMs);

@@ -13,7 +13,6 @@ const DWORD kWaitStepMs = 50;
 
 volatile LONG g_lock = 0;
 ULONGLONG g_next = 0;  // no turn before this moment
-unsigned g_turn = 0;   // the number of the last turn taken
 volatile LONG g_intervalMs = 1000;
 volatile LONG g_secondMs = 1000;
 
@@ -43,7 +42,7 @@ void PushTo(ULONGLONG ms) {
 
 namespace zor {
 
-bool TakeServiceTurn(StopWaitingProc stop, void* user, unsigned* turn) {
+bool TakeServiceTurn(StopWaitingProc stop, void* user) {
   for (;;) {
     if (stop && stop(user)) return false;
     ULONGLONG wait;
@@ -52,7 +51,6 @@ bool TakeServiceTurn(StopWaitingProc stop, void* user, unsigned* turn) {
       const ULONGLONG now = NowMs();
       if (now >= g_next) {
         g_next = now + static_cast<DWORD>(g_intervalMs);
-        *turn = ++g_turn;
         return true;
       }
       wait = g_next - now;
@@ -61,9 +59,9 @@ bool TakeServiceTurn(StopWaitingProc stop, void* user, unsigned* turn) {
   }
 }
 
-void ServiceRequestArrived(unsigned turn) {
+void ServiceRequestArrived() {
   Guard guard;
-  if (turn == g_turn) PushTo(static_cast<DWORD>(g_intervalMs));
+  PushTo(static_cast<DWORD>(g_intervalMs));
 }
 
 void HoldServiceRequests(unsigned long seconds) {
