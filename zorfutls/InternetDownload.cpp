@@ -149,9 +149,8 @@ unsigned long RetryNoteOf(const void* download) {
 unsigned long ReadRetryAfter(HINTERNET request) {
   const unsigned long kMostSeconds = 24 * 60 * 60;
   wchar_t text[64] = L"";
-  DWORD size = sizeof text - sizeof(wchar_t);
+  DWORD size = sizeof text - sizeof(wchar_t);  // the last stays 0
   if (!HttpQueryInfoW(request, HTTP_QUERY_RETRY_AFTER, text, &size, nullptr)) return 0;
-  text[63] = 0;
   const wchar_t* p = text;
   while (*p == L' ') ++p;
   if (*p >= L'0' && *p <= L'9') {

@@ -184,6 +184,10 @@ TEST_F(LookupV2, AwkwardTextsAndReplies) {
                            "%20AND%20status%3Aofficial" + page,
                            "/ws/2/release/x%2F..%2Fy%3Fz?inc=recordings"}));
 
+  lookups[0]->SetServer(L"ftp://127.0.0.1");  // a request that cannot start
+  ASSERT_TRUE(Lookup().SearchArtists(slash, 0));
+  EXPECT_FALSE(Finish());
+  lookups[0]->SetServer(server.Url().c_str());
   // Replies the version-2 reader refuses: version 1's format, and no XML.
   for (const char* body : {"artists.xml", "no such file"}) {
     handler = [&](const HttpRequest&) { return HttpReply{200, Recorded(body)}; };
@@ -244,7 +248,8 @@ TEST_F(LookupV2, WaitsEndForCancelAndDestruction) {
   };
   wchar_t name[] = L"x";
   ASSERT_TRUE(Lookup(0).SearchArtists(name, 0));
-  Sleep(500);
+  for (int n = 0; n < 500 && server.Requests().empty(); ++n) Sleep(20);
+  Sleep(500);  // its worker reads the reply and holds the process back
   ASSERT_TRUE(Lookup(1).SearchArtists(name, 0));  // held back too: the pause is the process's
   Sleep(300);
   EXPECT_EQ(Lookup(1).GetPercentageComplete(), 0);

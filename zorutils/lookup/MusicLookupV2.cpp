@@ -342,12 +342,11 @@ void MusicBrainzLookup::ParseV2(const wchar_t* file) {
     const CXMLNode* media = release ? release->GetChildByName(L"medium-list") : nullptr;
     if (!Named(media, L"medium-list")) return Fail();
     m_resultCount = 0;
-    for (int m = 0, disc = 0; m < media->NumChildren(); ++m) {
+    for (int m = 0; m < media->NumChildren(); ++m) {
       const CXMLNode* medium = media->GetChild(m);
       if (!Named(medium, L"medium")) continue;
-      ++disc;
       const int position = Number(medium->GetValue(L"position"));
-      const int discNumber = position > 0 ? position : disc;
+      const int discNumber = position > 0 ? position : m + 1;
       const CXMLNode* tracks = medium->GetChildByName(L"track-list");
       for (int t = 0, index = 0; tracks && t < tracks->NumChildren(); ++t) {
         const CXMLNode* track = tracks->GetChild(t);
