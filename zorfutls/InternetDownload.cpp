@@ -17,6 +17,7 @@
 #include <cwchar>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "zorversion.h"
 
@@ -92,6 +93,88 @@ void CALLBACK OnStatus(HINTERNET, DWORD_PTR context, DWORD status, LPVOID info, 
   }
 }
 
+// What the last reply of each download asked in its Retry-After header. Kept
+// beside the download objects, not in them, so that CInternetDownload keeps
+// the layout hosts were built against. A spin lock: the table is touched once
+// per reply and once per question, and needs no set-up at load time.
+struct RetryNote {
+  const void* download;
+  unsigned long seconds;
+};
+volatile LONG g_retryLock = 0;
+std::vector<RetryNote>* g_retryNotes = nullptr;  // made on first use, lives for the process
+
+struct RetryTableLock {
+  RetryTableLock() {
+    while (InterlockedCompareExchange(&g_retryLock, 1, 0) != 0) Sleep(0);
+  }
+  ~RetryTableLock() { InterlockedExchange(&g_retryLock, 0); }
+};
+
+void SetRetryNote(const void* download, unsigned long seconds) {
+  RetryTableLock lock;
+  if (!g_retryNotes) {
+    if (!seconds) return;
+    g_retryNotes = new (std::nothrow) std::vector<RetryNote>;
+    if (!g_retryNotes) return;
+  }
+  for (size_t i = 0; i < g_retryNotes->size(); ++i)
+    if ((*g_retryNotes)[i].download == download) {
+      if (seconds) {
+        (*g_retryNotes)[i].seconds = seconds;
+      } else {
+        (*g_retryNotes)[i] = g_retryNotes->back();
+        g_retryNotes->pop_back();
+      }
+      return;
+    }
+  if (seconds) {
+    try {
+      g_retryNotes->push_back(RetryNote{download, seconds});
+    } catch (...) {  // out of memory: the reply is taken as having asked nothing
+    }
+  }
+}
+
+unsigned long RetryNoteOf(const void* download) {
+  RetryTableLock lock;
+  if (g_retryNotes)
+    for (const RetryNote& note : *g_retryNotes)
+      if (note.download == download) return note.seconds;
+  return 0;
+}
+
+// The reply's Retry-After in seconds: a number of seconds, or an HTTP date
+// measured from the reply's Date (from the local clock when it has none).
+unsigned long ReadRetryAfter(HINTERNET request) {
+  const unsigned long kMostSeconds = 24 * 60 * 60;
+  wchar_t text[64] = L"";
+  DWORD size = sizeof text - sizeof(wchar_t);  // the last stays 0
+  if (!HttpQueryInfoW(request, HTTP_QUERY_RETRY_AFTER, text, &size, nullptr)) return 0;
+  const wchar_t* p = text;
+  while (*p == L' ') ++p;
+  if (*p >= L'0' && *p <= L'9') {
+    unsigned long seconds = 0;
+    for (; *p >= L'0' && *p <= L'9'; ++p) {
+      seconds = seconds * 10 + static_cast<unsigned long>(*p - L'0');
+      if (seconds > kMostSeconds) return kMostSeconds;
+    }
+    return seconds;
+  }
+  SYSTEMTIME until = {}, now = {};
+  if (!InternetTimeToSystemTimeW(p, &until, 0)) return 0;
+  size = sizeof now;
+  if (!HttpQueryInfoW(request, HTTP_QUERY_DATE | HTTP_QUERY_FLAG_SYSTEMTIME, &now, &size, nullptr))
+    GetSystemTime(&now);
+  FILETIME a, b;
+  if (!SystemTimeToFileTime(&until, &a) || !SystemTimeToFileTime(&now, &b)) return 0;
+  const ULONGLONG u = (static_cast<ULONGLONG>(a.dwHighDateTime) << 32) | a.dwLowDateTime;
+  const ULONGLONG n = (static_cast<ULONGLONG>(b.dwHighDateTime) << 32) | b.dwLowDateTime;
+  if (u <= n) return 0;
+  const ULONGLONG seconds = (u - n + 9999999) / 10000000;  // 100 ns units, rounded up
+  return seconds > kMostSeconds ? kMostSeconds : static_cast<unsigned long>(seconds);
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -104,6 +187,24 @@ MyInternetAccess::MyInternetAccess(const wchar_t* contact) : m_session(nullptr) 
   else
     _snwprintf(m_userAgent, 191, L"zorfutls/%hs", ZOR_VERSION_STRING);
   m_userAgent[191] = 0;
+  m_session = InternetOpenW(m_userAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0);
+}
+
+MyInternetAccess::MyInternetAccess(const wchar_t* application, const wchar_t* version,
+                                   const wchar_t* contact)
+    : m_session(nullptr) {
+  const bool named = application && *application;
+  if (!version) version = L"";
+  if (!named)
+    _snwprintf(m_userAgent, 191, L"zorfutls/%hs", ZOR_VERSION_STRING);
+  else
+    _snwprintf(m_userAgent, 191, L"%.47ls/%.23ls", application, version);
+  m_userAgent[191] = 0;
+  if (contact && *contact) {
+    const size_t used = wcslen(m_userAgent);
+    _snwprintf(m_userAgent + used, 191 - used, L" ( %.111ls )", contact);
+    m_userAgent[191] = 0;
+  }
   m_session = InternetOpenW(m_userAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0);
 }
 
@@ -131,6 +232,7 @@ CInternetDownload::~CInternetDownload() {
   }
   delete[] m_url;
   delete[] m_file;
+  SetRetryNote(this, 0);
   DeleteCriticalSection(&m_lock);
 }
 
@@ -158,6 +260,7 @@ int CInternetDownload::StartDownload(MyInternetAccess* session, const wchar_t* u
   m_status = 0;
   m_total = 0;
   m_received = 0;
+  SetRetryNote(this, 0);
   // The thread owns and closes this session.
   m_session = InternetOpenW(session->UserAgent(), INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr,
                             INTERNET_FLAG_ASYNC);
@@ -183,6 +286,7 @@ bool CInternetDownload::Succeeded() const { return m_busy == 0 && m_succeeded !=
 unsigned long CInternetDownload::StatusCode() const { return m_status; }
 unsigned long CInternetDownload::TotalBytes() const { return m_total; }
 unsigned long CInternetDownload::ReceivedBytes() const { return m_received; }
+unsigned long CInternetDownload::RetryAfterSeconds() const { return RetryNoteOf(this); }
 
 unsigned long __stdcall CInternetDownload::ThreadMain(void* self) {
   CInternetDownload* me = static_cast<CInternetDownload*>(self);
@@ -247,6 +351,7 @@ void CInternetDownload::Run() {
     size = sizeof value;
     if (HttpQueryInfoW(request.get(), HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER, &value, &size, nullptr))
       m_total = value;
+    SetRetryNote(this, ReadRetryAfter(request.get()));
     // An error page is not the file that was asked for: only 2xx is saved.
     if (m_status >= 200 && m_status < 300)
       out.reset(CreateFileW(partFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,

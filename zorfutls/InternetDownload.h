@@ -13,6 +13,12 @@ public:
   /// Opens the session (system proxy settings). `contact` (may be null) is
   /// an address such as a mail address or a web page, cut to 127 characters.
   explicit MyInternetAccess(const wchar_t* contact = nullptr);
+  /// The same with the host's own name and version in the user agent,
+  /// "<application>/<version> ( <contact> )", as services such as the music
+  /// catalogue ask of their callers. Name cut to 47 characters, version to
+  /// 23, contact to 111; a null or empty name falls back to the constructor
+  /// above.
+  MyInternetAccess(const wchar_t* application, const wchar_t* version, const wchar_t* contact);
   /// Closes the session. Downloads started with it keep running: each has a
   /// session of its own with this user agent.
   ~MyInternetAccess();
@@ -65,6 +71,10 @@ public:
   /// none), and the bytes received so far. Safe to read from any thread.
   unsigned long TotalBytes() const;
   unsigned long ReceivedBytes() const;
+  /// The delay in seconds that the last reply asked for in a Retry-After
+  /// header (a number of seconds, or a date reckoned against the reply's own
+  /// Date), at most one day; 0 when it had none or is still awaited.
+  unsigned long RetryAfterSeconds() const;
 
 private:
   CInternetDownload(const CInternetDownload&) = delete;

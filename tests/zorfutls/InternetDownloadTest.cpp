@@ -105,6 +105,29 @@ TEST_F(Download, OnlyACompleteTwoHundredsReplyReplacesTheFile) {
   }
 }
 
+TEST(InternetAccess, UserAgentOfTheHost) {
+  MyInternetAccess cut(std::wstring(60, L'n').c_str(), L"2.1", std::wstring(200, L'c').c_str());
+  EXPECT_EQ(std::wstring(cut.UserAgent()), std::wstring(47, L'n') + L"/2.1 ( " + std::wstring(111, L'c') + L" )");
+}
+
+// The delay a busy service asks for: seconds, or a date (reckoned against
+// the reply's Date, else the local clock; at most a day away); none afterwards.
+TEST_F(Download, RetryAfterOfTheLastReply) {
+  replies["/seconds"] = HttpReply{503, "", "text/xml", true, HttpReply::kNormal, 64, 20, {"Retry-After: 7"}};
+  replies["/date"] = HttpReply{503, "", "", true, HttpReply::kNormal, 64, 20, {"Retry-After: Fri, 31 Dec 2100 23:59:59 GMT"}};
+  replies["/dated"] = replies["/date"];
+  replies["/dated"].extraHeaders.push_back("Date: Fri, 31 Dec 2100 23:58:19 GMT");  // the reply's clock
+  replies["/none"] = HttpReply{200, "ok"};
+  ASSERT_TRUE(Run("/seconds"));
+  EXPECT_EQ(d.RetryAfterSeconds(), 7u);
+  ASSERT_TRUE(Run("/date"));
+  EXPECT_EQ(d.RetryAfterSeconds(), 24u * 60 * 60);
+  ASSERT_TRUE(Run("/dated"));
+  EXPECT_EQ(d.RetryAfterSeconds(), 100u);
+  ASSERT_TRUE(Run("/none"));
+  EXPECT_EQ(d.RetryAfterSeconds(), 0u);
+}
+
 TEST_F(Download, CountsBytesAsTheyArrive) {
   replies["/slow"] = HttpReply{200, Pattern(4000), "", true, HttpReply::kSlow, 200};
   ASSERT_TRUE(Start("/slow"));

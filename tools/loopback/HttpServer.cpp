@@ -106,6 +106,7 @@ struct HttpServer::Impl {
     request.target = text.substr(space1 + 1, space2 - space1 - 1);
     request.userAgent = Header(text, "user-agent");
     request.host = Header(text, "host");
+    request.receivedMs = HttpServer::NowMs();
     unsigned generation;
     {
       std::lock_guard<std::mutex> lock(mutex);
@@ -123,14 +124,15 @@ struct HttpServer::Impl {
       return;
     }
     static const struct { int status; const char* reason; } kReasons[] = {
-        {200, "OK"}, {204, "No Content"}, {404, "Not Found"}, {500, "Internal Server Error"},
-        {503, "Service Unavailable"}};
+        {200, "OK"}, {204, "No Content"}, {404, "Not Found"}, {429, "Too Many Requests"},
+        {500, "Internal Server Error"}, {503, "Service Unavailable"}};
     const char* reason = "Status";
     for (const auto& r : kReasons)
       if (r.status == reply.status) reason = r.reason;
     std::string head = "HTTP/1.1 " + std::to_string(reply.status) + " " + reason +
                        "\r\nContent-Type: " + reply.contentType + "\r\nConnection: close\r\n";
     if (reply.sendLength) head += "Content-Length: " + std::to_string(reply.body.size()) + "\r\n";
+    for (const std::string& line : reply.extraHeaders) head += line + "\r\n";
     head += "\r\n";
     if (!SendAll(s, head.data(), head.size())) return;
     const std::string& body = reply.body;
@@ -203,6 +205,14 @@ HttpServer::~HttpServer() {
   }
   if (d.listener != INVALID_SOCKET) closesocket(d.listener);
   WSACleanup();
+}
+
+double HttpServer::NowMs() {
+  static LARGE_INTEGER frequency;  // constant while the system runs
+  if (!frequency.QuadPart) QueryPerformanceFrequency(&frequency);
+  LARGE_INTEGER now;
+  QueryPerformanceCounter(&now);
+  return static_cast<double>(now.QuadPart) * 1000.0 / static_cast<double>(frequency.QuadPart);
 }
 
 unsigned short HttpServer::Port() const { return m_impl->port; }

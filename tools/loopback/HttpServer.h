@@ -18,6 +18,7 @@ struct HttpRequest {
   std::string target;     // path and query as sent: "/ws/1/artist/?type=xml&..."
   std::string userAgent;  // the User-Agent header, "" when none
   std::string host;       // the Host header
+  double receivedMs = 0;  // when its headers were complete, in ms of a steady clock
 };
 
 struct HttpReply {
@@ -34,6 +35,7 @@ struct HttpReply {
   Behaviour behaviour = kNormal;
   size_t pieceBytes = 64;
   DWORD pieceDelayMs = 20;
+  std::vector<std::string> extraHeaders = {};  // further "Name: value" lines, e.g. "Retry-After: 2"
 };
 
 class HttpServer {
@@ -47,6 +49,8 @@ public:
   HttpServer& operator=(const HttpServer&) = delete;
 
   unsigned short Port() const;
+  /// The steady clock of HttpRequest::receivedMs, for the caller's own marks.
+  static double NowMs();
   /// "http://127.0.0.1:<port>" followed by `path`.
   std::wstring Url(const std::string& path = "") const;
   /// Every request received so far, in order.

@@ -25,3 +25,9 @@ ZORUTILS_API void ZorTest_SetPromoClock(DWORD (*clock)());
 /// Makes the wide scans behind CCOMString and the XML scanner use their plain
 /// loops (true) instead of the vector code, as on a processor without SSE2.
 ZORUTILS_API void ZorTest_UsePlainWideScans(bool plain);
+
+/// Shortens the music lookup's pacing (version 2): the interval between two
+/// requests of the process and the length of one second of a Retry-After
+/// pause, in milliseconds. 0 restores the real 1000. Either way the next
+/// request may go at once.
+ZORUTILS_API void ZorTest_SetLookupPacing(DWORD intervalMs, DWORD secondMs);

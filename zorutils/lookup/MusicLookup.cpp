@@ -4,6 +4,7 @@
 
 #include <zorutils/formats/XMLFile.h>
 #include <zorutils/internal/FormatTo.h>
+#include <zorutils/internal/LookupRequest.h>
 #include <zorutils/text/HtmlEntities.h>
 
 #include <cstdlib>
@@ -42,15 +43,6 @@ Record* NewRecord() {
 }
 
 }  // namespace
-
-/// A queued search: where its reply goes, what to ask, and its download.
-struct TLookupRequest {
-  wchar_t file[260];
-  wchar_t url[512];
-  CInternetDownload download;
-  unsigned serial;  // tells this request from a later one at the same address
-  bool cancelled;   // cancelled before its download started: it never will
-};
 
 namespace {
 volatile long g_requestSerial = 0;
@@ -122,7 +114,7 @@ bool MusicBrainzLookup::SetServer(const wchar_t* baseUrl) {
   return true;
 }
 
-bool MusicBrainzLookup::Queue(int kind, const wchar_t* path) {
+bool MusicBrainzLookup::Queue(int kind, const wchar_t* path, int protocol) {
   if (!m_session) return false;
   m_kind = kind;
   m_failed = false;
@@ -139,8 +131,15 @@ bool MusicBrainzLookup::Queue(int kind, const wchar_t* path) {
   TLookupRequest* request = new TLookupRequest;
   request->serial = static_cast<unsigned>(::InterlockedIncrement(&g_requestSerial));
   request->cancelled = false;
+  request->protocol = protocol;
   ReplyFile(request->file, m_tempFolder);
-  zor::FormatTo(request->url, L"%s%s", m_server, path);
+  if (protocol == 1) {
+    wchar_t url[512];
+    zor::FormatTo(url, L"%s%s", m_server, path);
+    wcscpy(request->url, url);
+  } else {
+    zor::FormatTo(request->url, L"%s%s", m_server, path);
+  }
   m_lock.Lock();
   TLookupRequest* replaced = m_pending;
   m_pending = request;
@@ -224,16 +223,20 @@ void MusicBrainzLookup::Work() {
     m_lock.Lock();
     TLookupRequest* request = m_pending;
     const unsigned serial = request ? request->serial : 0;
+    const bool paced = request && request->protocol == 2;
     wchar_t file[260] = L"";
     bool started = false;
     if (request) {
       wcscpy(file, request->file);
-      started = !request->cancelled &&
+      started = !paced && !request->cancelled &&
                 request->download.StartDownload(m_session, request->url, file, 0) != 0;
     }
     m_lock.Unlock();
 
-    if (request) {
+    if (paced) {
+      // Waits its turn, retries a busy service, parses (MusicLookupV2.cpp).
+      FetchPaced(serial, file);
+    } else if (request) {
       if (!started) Fail();
       // Wait while the download runs. A newer request replaces this one (and
       // stops its download); it is then taken in the next round instead.
@@ -251,6 +254,8 @@ void MusicBrainzLookup::Work() {
         for (DWORD rested = 0; rested < kRestAfterSearchMs && !m_quit; rested += kPollMs)
           ::Sleep(kPollMs);
       }
+    }
+    if (request) {
       m_lock.Lock();
       TLookupRequest* done = m_pending && m_pending->serial == serial ? m_pending : nullptr;
       if (done) m_pending = nullptr;

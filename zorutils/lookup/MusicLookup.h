@@ -1,6 +1,8 @@
 // CDLookup: asynchronous searches of an online music catalogue for artists,
 // albums (releases) and the songs of an album; MusicBrainzLookup answers them
-// from the MusicBrainz XML web service (version 1).
+// from the MusicBrainz XML web service (version 1), MusicBrainzLookupV2 from
+// version 2 of that interface, the one the service answers today. A host
+// chooses the version by the class it creates; everything else is the same.
 //
 // A search call only queues a request and returns. The lookup's worker
 // thread downloads the reply into the temporary folder, parses it, fills the
@@ -68,7 +70,8 @@ public:
   virtual ~CDLookup();
 
   /// Queue a search; true when it was queued. Texts are passed already
-  /// URL-encoded; `offset` is the zero-based first record of a page of 100.
+  /// URL-encoded to MusicBrainzLookup, plain to MusicBrainzLookupV2;
+  /// `offset` is the zero-based first record of a page of 100.
   virtual bool SearchArtists(wchar_t* name, int offset) = 0;
   virtual bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) = 0;
   virtual bool GetAlbums(wchar_t* artistId, int offset) = 0;
@@ -128,15 +131,25 @@ public:
   bool SetServer(const wchar_t* baseUrl);
   const wchar_t* Server() const { return m_server; }
 
+protected:
+  /// What the search calls share: resets the search of `kind`, empties its
+  /// list and queues a request for the server's address followed by `path`,
+  /// in version `protocol` (1 or 2) of the service's interface.
+  bool Queue(int kind, const wchar_t* path, int protocol = 1);
+
 private:
   MusicBrainzLookup(const MusicBrainzLookup&) = delete;
   MusicBrainzLookup& operator=(const MusicBrainzLookup&) = delete;
 
   static DWORD WINAPI WorkerMain(void* self);
   void Work();
-  bool Queue(int kind, const wchar_t* path);
   void Parse(const wchar_t* file);
   void Fail();
+  // Version 2: requests paced for the whole process and retried when the
+  // service is busy (MusicLookupV2.cpp), and its replies.
+  void FetchPaced(unsigned serial, const wchar_t* file);
+  static bool StopWaiting(void* wait);
+  void ParseV2(const wchar_t* file);
 
   CLock m_lock;
   MyInternetAccess* m_session;
@@ -148,3 +161,70 @@ private:
   HANDLE m_threadJoin;  // the worker's handle, kept to wait for and close
   wchar_t m_server[201];
 };
+
+/// The lookup against version 2 of the service's XML interface ("/ws/2/"),
+/// the one the service answers today. Same records, lists, polling,
+/// progress, cancelling and replacing of searches as MusicBrainzLookup, of
+/// which it is a MusicBrainzLookup adding no data (so SetServer works too).
+///
+/// Texts are plain: unlike version 1, the host passes names and titles as
+/// the user typed them (not URL-encoded). The lookup quotes them as phrases
+/// of the service's Lucene query syntax (a backslash before each of
+/// + - & | ! ( ) { } [ ] ^ " ~ * ? : \ /, so "AND" or a colon is just text),
+/// encodes them as UTF-8 and percent-encodes the result. Ids are
+/// percent-encoded too. A search with nothing to look for (null or blank
+/// texts), or whose request would exceed 2,047 characters, returns false and
+/// queues nothing. A negative offset counts as 0.
+///
+/// Requests: SearchArtists "/ws/2/artist/?query=<"name">&limit=100&offset=N";
+/// SearchAlbums "/ws/2/release/?query=<artist:"a" AND release:"t" AND
+/// status:official>&limit=100&offset=N" (either text may be blank);
+/// GetAlbums "/ws/2/release/?artist=ID&status=official&inc=artist-credits+
+/// release-groups+media&limit=100&offset=N"; GetSongs
+/// "/ws/2/release/ID?inc=recordings".
+///
+/// Replies: a "metadata" element in the "http://musicbrainz.org/ns/mmd-2.0#"
+/// namespace, else the search fails. Texts are decoded from UTF-8 (characters
+/// beyond the first 65,536 as surrogate pairs) and from XML references, then
+/// cut to their field without splitting a pair. In the lists each record's
+/// sort value carries what the records have no field for: the search score
+/// (the "score" attribute of "http://musicbrainz.org/ns/ext#-2.0", whatever
+/// its prefix; 0 when absent) for artists and albums, and for songs the disc
+/// and track number as disc x 1000 + track (2003: disc 2, track 3). Songs
+/// cover every medium in order; a track's title and length come from the
+/// track, else from its recording; "length" is in milliseconds (0 when
+/// absent); the count is the number of tracks. An album's artist is its
+/// artist credit as written (credited names with their join phrases), its
+/// date the release's date, its type the release group's type and the
+/// release's status ("Album Official"), its track count the sum over its
+/// media.
+///
+/// Good citizenship, as the service asks of its callers:
+///  - the user agent is the session's (MyInternetAccess): give it the host's
+///    name, version and a contact, "name/version ( contact )";
+///  - at most one request a second from the whole process, whatever the
+///    number of lookups: a request waits its turn (its progress shows 0);
+///  - a 503 reply (the service is busy) is asked again after the delay its
+///    Retry-After header names (1 second when it names none), at most 3
+///    times; then, or when the delay asked is over 60 seconds, the search
+///    fails. The other lookups of the process hold back for that delay too.
+/// These waits end at once for a cancelled or replaced search and for
+/// destruction.
+class ZORUTILS_API MusicBrainzLookupV2 : public MusicBrainzLookup {
+public:
+  MusicBrainzLookupV2(MyInternetAccess* session, wchar_t* tempFolder);
+  ~MusicBrainzLookupV2() override;
+
+  bool SearchArtists(wchar_t* name, int offset) override;
+  bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) override;
+  bool GetAlbums(wchar_t* artistId, int offset) override;
+  bool GetSongs(wchar_t* releaseId) override;
+
+private:
+  MusicBrainzLookupV2(const MusicBrainzLookupV2&) = delete;
+  MusicBrainzLookupV2& operator=(const MusicBrainzLookupV2&) = delete;
+  bool QueueV2(int kind, const wchar_t* path);
+};
+
+static_assert(sizeof(MusicBrainzLookupV2) == sizeof(MusicBrainzLookup),
+              "the version-2 lookup adds behaviour, not data");
