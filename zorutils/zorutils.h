@@ -40,6 +40,10 @@
 // Undo
 #include <zorutils/undo/UndoMgr.h>
 
+// Windows user-interface helpers
+#include <zorutils/ui/ShortcutReader.h>
+#include <zorutils/ui/ExplorerTree.h>
+
 // Files, folders and system information
 #include <zorutils/system/Browsers.h>
 #include <zorutils/system/ClipboardFiles.h>

@@ -5,6 +5,8 @@
 //   zortool promo FILE [--script NAME] [--frames DIR [--count N]]
 //                            plays a promo script in a window (Promo.cpp)
 //   zortool lookup KIND ...  searches the online music catalogue (Lookup.cpp)
+//   zortool tree START_FOLDER [--shot FILE.bmp]
+//                            shows the folder tree in a window (Tree.cpp)
 #include <zorutils/zorutils.h>
 
 #include "tools/crashreport/CrashReport.h"
@@ -192,6 +194,7 @@ int Demo(const std::wstring& file) {
 
 int Promo(int argc, wchar_t** argv);   // Promo.cpp
 int Lookup(int argc, wchar_t** argv);  // Lookup.cpp
+int Tree(int argc, wchar_t** argv);    // Tree.cpp
 
 int wmain(int argc, wchar_t** argv) {
   zorcrash::InstallCrashReport();
@@ -200,6 +203,8 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"demo") return Demo(argc > 2 ? argv[2] : L"");
   if (verb == L"promo") return Promo(argc, argv);
   if (verb == L"lookup") return Lookup(argc, argv);
-  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ...\n");
+  if (verb == L"tree") return Tree(argc, argv);
+  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ... |"
+      L" tree START_FOLDER [--shot FILE.bmp]\n");
   return 2;
 }
