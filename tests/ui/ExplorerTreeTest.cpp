@@ -8,6 +8,7 @@
 #include <objbase.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -267,13 +268,15 @@ TEST_F(ExplorerTree, BadPropertiesGiveFalseOrStillAWorkingTree) {
   p.hParent = nullptr;  // a child without a parent cannot be made
   EXPECT_FALSE(tree.Create(&p));
   EXPECT_TRUE(log.Contains(L"CExplorerTree::Create: exiting, m_hWnd NULL"));
-  // No such icons, no callbacks, an unterminated over-long start folder.
+  // No such icons, no callbacks, unterminated over-long texts.
   p = Props(0xFF, L"");
   p.hInstance = GetModuleHandleW(L"kernel32.dll");
   p.pSelChanged = nullptr;
   p.pKeyDown = nullptr;
-  for (wchar_t& c : p.startFolder) c = L'a';
+  for (wchar_t* text : {p.startFolder, p.desktopLabel, p.myDocumentsLabel, p.myPicturesLabel})
+    std::fill(text, text + 260, L'a');
   ASSERT_TRUE(tree.Create(&p));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(Children(nullptr).at(i).text, std::wstring(259, L'a'));
   EXPECT_FALSE(tree.Create(&p));  // once only
   EXPECT_TRUE(tree.Loaded() && !tree.CurrentSelection()[0]);
   EXPECT_EQ(ImageList_GetImageCount(TreeView_GetImageList(tree.TreeWindow(), TVSIL_NORMAL)), TI_NUM_ICONS);
