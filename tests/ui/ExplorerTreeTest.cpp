@@ -320,6 +320,7 @@ TEST_F(ExplorerTree, ShortcutReaderResolvesOrRefuses) {
   out[0] = L'x';
   EXPECT_FALSE(reader.GetShortcutTarget(Lnk(L"To Gamma").c_str(), out, 0, 0));
   EXPECT_EQ(out[0], L'x');  // no room: untouched
+  EXPECT_FALSE(reader.GetShortcutTarget(Lnk(L"missing").c_str(), out, 1, 0));  // room for the end only
   EXPECT_FALSE(reader.AbortRequested());
   reader.RequestAbort();
   EXPECT_TRUE(reader.AbortRequested());
