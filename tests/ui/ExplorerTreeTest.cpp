@@ -69,6 +69,7 @@ protected:
                                L"beta", L"Gamma", L"Gamma\\sub", L"gone"})
       CreateDirectoryW((dir + L"\\" + sub).c_str(), nullptr);
     zortest::WriteBytes(dir + L"\\file.txt", "x");
+    zortest::WriteBytes(dir + L"\\Broken.lnk", "not a shortcut");
     // The one at itself is made at a file first, so that its target exists.
     const std::wstring links[][2] = {{L"To Gamma", dir + L"\\Gamma"}, {L"To Drive", L"C:\\"},
                                      {L"On Desk", Special(GetDesktopPath)}, {L"Dead", dir + L"\\gone"},
@@ -226,6 +227,8 @@ TEST_F(ExplorerTree, OpensAtADeepStartFolderListingLazilySortedWithShortcutsAsFo
   for (const std::wstring& line : log.lines())
     if (at < 11 && line == L"CExplorerTree::" + wanted[at]) ++at;
   EXPECT_EQ(at, 11u) << "missing, in this order: " << zortest::Escape(wanted[at % 11]);
+  tree.ExpandToStartPosition(Get(TreeView_GetRoot(tv)).node, L"C:\\");  // again, once loaded
+  EXPECT_EQ(g_selected.back(), deepest + L"|77");
 }
 
 TEST_F(ExplorerTree, StartFoldersThatStopShortOrEndAtARoot) {
@@ -278,6 +281,7 @@ TEST_F(ExplorerTree, BadPropertiesGiveFalseOrStillAWorkingTree) {
   ASSERT_TRUE(tree.Create(&p));
   for (int i = 0; i < 3; ++i) EXPECT_EQ(Children(nullptr).at(i).text, std::wstring(259, L'a'));
   EXPECT_FALSE(tree.Create(&p));  // once only
+  EXPECT_FALSE(tree.HasSubDirectories((dir + L"\\gone").c_str()) || tree.HasSubDirectories(L""));
   EXPECT_TRUE(tree.Loaded() && !tree.CurrentSelection()[0]);
   EXPECT_EQ(ImageList_GetImageCount(TreeView_GetImageList(tree.TreeWindow(), TVSIL_NORMAL)), TI_NUM_ICONS);
   TreeView_SelectItem(tree.TreeWindow(), TreeView_GetRoot(tree.TreeWindow()));
@@ -307,6 +311,9 @@ TEST_F(ExplorerTree, ShortcutReaderResolvesOrRefuses) {
   wchar_t out[MAX_PATH];
   EXPECT_TRUE(reader.GetShortcutTarget(Lnk(L"To Gamma").c_str(), out, MAX_PATH, 5000));
   EXPECT_EQ(out, dir + L"\\Gamma");
+  out[0] = L'z';
+  Sleep(100);
+  EXPECT_EQ(out[0], L'z');  // the worker writes only while asked
   wchar_t small[5];
   EXPECT_TRUE(reader.GetShortcutTarget(Lnk(L"To Gamma").c_str(), small, 5, 0));
   EXPECT_EQ(std::wstring(small), dir.substr(0, 4));

@@ -13,6 +13,20 @@
 // through the callbacks there. Everything runs on the thread that owns the
 // host window; only shortcut resolving happens on the CShortcutReader's
 // worker thread.
+//
+// Choices made where hosts could not tell, or where the plain reading would
+// leave the tree half-built:
+//  - a folder opened on the way to the start folder is listed whole: the
+//    child that leads on is reported, and its later siblings still appear;
+//  - "C:\Music" opens at "Music" below "C:\" although the drive root's own
+//    backslash leaves no backslash in the rest of the path;
+//  - a folder is listed again each time it is opened, not when it is closed;
+//  - an icon missing from the host's resources is an empty picture in its
+//    place, so that every later image keeps its index;
+//  - a root whose label is empty shows its path; a shortcut shows its file
+//    name without ".lnk";
+//  - roots always count as having subfolders (a CD drive or network share
+//    is not asked until the user opens it).
 #pragma once
 
 #include <zorutils/Export.h>

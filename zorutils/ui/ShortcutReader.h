@@ -8,6 +8,13 @@
 //
 // Shutdown: the destructor asks the worker to stop, wakes it, waits for it
 // to end and closes both events, so no thread or handle outlives the reader.
+//
+// Kept safe where the plain hand-over was not: the caller claims the busy
+// flag under the lock before it fills the block (two threads can never both
+// see an idle worker), the done event is reset before a request rather than
+// after it, a reader that is stopping (or whose worker could not start COM)
+// refuses at once instead of waiting for a worker that is gone, and the
+// shell is told not to rewrite the user's shortcut files (SLR_NOUPDATE).
 #pragma once
 
 #include <zorutils/Export.h>
