@@ -309,7 +309,8 @@ TEST(PathContainsRoot, RootIsThePathOrAnAncestorInAnyCase) {
 TEST_F(ExplorerTree, ShortcutReaderResolvesOrRefuses) {
   CShortcutReader reader;
   wchar_t out[MAX_PATH];
-  EXPECT_TRUE(reader.GetShortcutTarget(Lnk(L"To Gamma").c_str(), out, MAX_PATH, 5000));
+  const std::wstring gamma = Lnk(L"To Gamma");
+  EXPECT_TRUE(reader.GetShortcutTarget(gamma.c_str(), out, MAX_PATH, 5000));
   EXPECT_EQ(out, dir + L"\\Gamma");
   out[0] = L'z';
   Sleep(100);
