@@ -45,6 +45,8 @@
 #include <zorutils/ui/Dialogs.h>
 #include <zorutils/ui/LinkControl.h>
 #include <zorutils/ui/WindowGeometry.h>
+#include <zorutils/ui/ShortcutReader.h>
+#include <zorutils/ui/ExplorerTree.h>
 
 // Files, folders and system information
 #include <zorutils/system/Browsers.h>

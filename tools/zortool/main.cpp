@@ -7,6 +7,8 @@
 //   zortool lookup KIND ...  searches the online music catalogue (Lookup.cpp)
 //   zortool msgbox KEY ...   shows the message dialog (Dialogs.cpp)
 //   zortool progress | link  shows the progress dialog or a link control
+//   zortool tree START_FOLDER [--shot FILE.bmp]
+//                            shows the folder tree in a window (Tree.cpp)
 #include <zorutils/zorutils.h>
 
 #include "tools/crashreport/CrashReport.h"
@@ -197,6 +199,7 @@ int Lookup(int argc, wchar_t** argv);  // Lookup.cpp
 int MsgBox(int argc, wchar_t** argv);    // Dialogs.cpp
 int Progress(int argc, wchar_t** argv);  // Dialogs.cpp
 int Link(int argc, wchar_t** argv);      // Dialogs.cpp
+int Tree(int argc, wchar_t** argv);    // Tree.cpp
 
 int wmain(int argc, wchar_t** argv) {
   zorcrash::InstallCrashReport();
@@ -208,8 +211,9 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"msgbox") return MsgBox(argc, argv);
   if (verb == L"progress") return Progress(argc, argv);
   if (verb == L"link") return Link(argc, argv);
+  if (verb == L"tree") return Tree(argc, argv);
   Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ...\n"
       L"       | msgbox KEY [--check] [--icon N] [--buttons FLAGS] [--text] [--shot FILE.bmp]\n"
-      L"       | progress [--shot FILE.bmp] | link [--shot FILE.bmp]\n");
+      L"       | progress [--shot FILE.bmp] | link [--shot FILE.bmp] | tree START_FOLDER [--shot FILE.bmp]\n");
   return 2;
 }
