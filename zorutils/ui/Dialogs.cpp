@@ -63,13 +63,44 @@ void SetCaption(HWND dialog, int id, const wchar_t* key, int chars) {
   ::SetDlgItemTextW(dialog, id, text);
 }
 
+// The font that measures and shows the message: the stock variable-pitch
+// font. Where the system leaves that font at its 96-DPI size on a denser
+// display (Wine does, so at 144 DPI it comes out far smaller than the
+// dialog's own texts), a copy scaled to the display takes its place; the
+// copy belongs to the dialog (its DWLP_USER) and goes with it.
+HFONT MessageFont(HWND dialog) {
+  HFONT stock = static_cast<HFONT>(::GetStockObject(ANSI_VAR_FONT));
+  HFONT dialogFont = reinterpret_cast<HFONT>(::SendMessageW(dialog, WM_GETFONT, 0, 0));
+  HDC dc = ::GetDC(dialog);
+  const int dpi = ::GetDeviceCaps(dc, LOGPIXELSY);
+  TEXTMETRICW stockMetrics = {}, dialogMetrics = {};
+  HGDIOBJ old = ::SelectObject(dc, stock);
+  ::GetTextMetricsW(dc, &stockMetrics);
+  if (dialogFont) {
+    ::SelectObject(dc, dialogFont);
+    ::GetTextMetricsW(dc, &dialogMetrics);
+  }
+  ::SelectObject(dc, old);
+  ::ReleaseDC(dialog, dc);
+  // Unscaled: clearly smaller than the dialog's font on a display above 96 DPI.
+  if (dpi <= 96 || !dialogFont || stockMetrics.tmHeight * 5 >= dialogMetrics.tmHeight * 4) return stock;
+  LOGFONTW lf = {};
+  if (!::GetObjectW(stock, sizeof lf, &lf)) return stock;
+  lf.lfHeight = ::MulDiv(lf.lfHeight ? lf.lfHeight : -stockMetrics.tmHeight, dpi, 96);
+  lf.lfWidth = 0;
+  HFONT scaled = ::CreateFontIndirectW(&lf);
+  if (!scaled) return stock;
+  ::SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(scaled));
+  return scaled;
+}
+
 // The message's height when word-wrapped to the message control's width, in
 // the font the control paints with; the tallest the work area leaves room for
 // at most (a longer text is clipped, the buttons stay on the screen).
-int MessageHeight(HWND dialog, int width) {
+int MessageHeight(HWND dialog, HFONT font, int width) {
   RECT calc = {0, 0, width, 0};
   HDC dc = ::GetDC(dialog);
-  HGDIOBJ oldFont = ::SelectObject(dc, ::GetStockObject(ANSI_VAR_FONT));
+  HGDIOBJ oldFont = ::SelectObject(dc, font);
   // No prefix and expanded tabs: measured as the static control draws it.
   ::DrawTextW(dc, g_message, -1, &calc, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EXPANDTABS);
   ::SelectObject(dc, oldFont);
@@ -110,7 +141,8 @@ void InitMessageDialog(HWND dialog, unsigned int flags) {
   HWND text = ::GetDlgItem(dialog, IDC_ZOR_MSG_TEXT);
   // The control shows the text in the font it is measured with, so that the
   // measured lines are the painted lines.
-  ::SendMessageW(text, WM_SETFONT, reinterpret_cast<WPARAM>(::GetStockObject(ANSI_VAR_FONT)), FALSE);
+  HFONT font = MessageFont(dialog);
+  ::SendMessageW(text, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
   ::SetWindowTextW(text, g_message);
 
   SetCaption(dialog, IDCANCEL, L"Cancel", 256);
@@ -121,7 +153,7 @@ void InitMessageDialog(HWND dialog, unsigned int flags) {
   const RECT textRect = ItemRect(dialog, IDC_ZOR_MSG_TEXT);
   const RECT iconRect = ItemRect(dialog, IDC_ZOR_MSG_ICON);
   const int width = textRect.right - textRect.left, oldHeight = textRect.bottom - textRect.top;
-  int height = MessageHeight(dialog, width);
+  int height = MessageHeight(dialog, font, width);
   if (height < 2 * (iconRect.bottom - iconRect.top)) height = 2 * (iconRect.bottom - iconRect.top);
   // Keep the grown dialog within the work area: the text is clipped rather
   // than the buttons pushed off the screen.
@@ -215,6 +247,11 @@ INT_PTR CALLBACK MessageDialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
       return TRUE;
     case WM_DESTROY:
       g_icon = nullptr;  // a shared or resource icon: not destroyed
+      return FALSE;
+    case WM_NCDESTROY:
+      // The message control is gone with its font: a scaled copy is freed.
+      if (HGDIOBJ scaled = reinterpret_cast<HGDIOBJ>(::GetWindowLongPtrW(dialog, DWLP_USER)))
+        ::DeleteObject(scaled);
       return FALSE;
     default:
       return FALSE;
