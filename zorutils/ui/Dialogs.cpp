@@ -2,6 +2,7 @@
 // dialog with centring.
 #include <zorutils/ui/Dialogs.h>
 
+#include <zorutils/internal/CopyCut.h>
 #include <zorutils/strings/LanguageStrings.h>
 #include <zorutils/strings/LanguageStrings_impl.h>
 #include <zorutils/text/StringUtils.h>
@@ -27,14 +28,6 @@ int g_doNotAsk;
 bool g_aborted;
 
 const int kButtons[] = {IDOK, IDYES, IDNO, IDCANCEL};  // left to right
-
-void CopyCut(wchar_t* dst, size_t capacity, const wchar_t* src) {
-  size_t n = 0;
-  if (src)
-    while (n + 1 < capacity && src[n]) ++n;
-  if (n) wmemcpy(dst, src, n);
-  dst[n] = 0;
-}
 
 // A control's rectangle in its dialog's client coordinates.
 RECT ItemRect(HWND dialog, int id) {
@@ -286,7 +279,7 @@ UINT_PTR CALLBACK FileDialogHook(HWND hook, UINT message, WPARAM, LPARAM lParam)
 
 int UT_MyMessageBox(HWND owner, const wchar_t* key, unsigned int flags, const wchar_t* title,
                     int customIcon, const wchar_t* stringFile) {
-  CopyCut(g_title, kTitleChars, title);
+  zor::CopyCut(g_title, kTitleChars, title);
   g_customIcon = customIcon;
   // MyLoadString terminates behind its count: 2047 characters fill the buffer.
   wchar_t loaded[kMessageChars];
@@ -298,10 +291,10 @@ int UT_MyMessageBox(HWND owner, const wchar_t* key, unsigned int flags, const wc
 
 int UT_MyMessageStr(HWND owner, const wchar_t* text, unsigned int flags, const wchar_t* title,
                     int customIcon) {
-  CopyCut(g_title, kTitleChars, title);
+  zor::CopyCut(g_title, kTitleChars, title);
   g_customIcon = customIcon;
   wchar_t cut[kMessageChars];
-  CopyCut(cut, kMessageChars, text);
+  zor::CopyCut(cut, kMessageChars, text);
   ParseCarriageReturns(cut, g_message, kMessageChars);
   return RunMessageDialog(owner, flags);
 }

@@ -6,6 +6,7 @@
 // by the destructor. Tree items only point at nodes.
 #include <zorutils/ui/ExplorerTree.h>
 
+#include <zorutils/internal/CopyCut.h>
 #include <zorutils/internal/Handles.h>
 #include <zorutils/system/Paths.h>
 
@@ -49,12 +50,6 @@ wchar_t* Duplicate(const wchar_t* s) {
   wchar_t* copy = static_cast<wchar_t*>(std::malloc(bytes));
   if (copy) std::memcpy(copy, s, bytes);
   return copy;
-}
-
-void CopyCut(wchar_t* out, size_t capacity, const wchar_t* s) {
-  const size_t n = wcsnlen(s, capacity - 1);
-  std::memcpy(out, s, n * sizeof(wchar_t));
-  out[n] = 0;
 }
 
 void DropTrailingBackslash(wchar_t* path) {
@@ -250,7 +245,7 @@ LRESULT CExplorerTree::OnNotify(HWND, WPARAM, LPARAM notification) {
     case TVN_SELCHANGEDA: {
       const NMTREEVIEWW* tv = reinterpret_cast<const NMTREEVIEWW*>(header);
       const TTreeNodeInfo* node = reinterpret_cast<const TTreeNodeInfo*>(tv->itemNew.lParam);
-      CopyCut(m_currentSelection, kPathChars, node && node->pszPath ? node->pszPath : L"");
+      zor::CopyCut(m_currentSelection, kPathChars, node && node->pszPath ? node->pszPath : L"");
       if (m_props.pSelChanged) m_props.pSelChanged(m_currentSelection, m_props.dwSelChangedUser);
       break;
     }
@@ -398,7 +393,7 @@ void CExplorerTree::Load() {
                                   special.image, true, true);
     if (node && PathContainsRoot(start, path)) {
       startNode = node;
-      CopyCut(startRoot, kPathChars, path);
+      zor::CopyCut(startRoot, kPathChars, path);
     }
   }
 
@@ -510,7 +505,7 @@ void CExplorerTree::SelectNode(HTREEITEM item, bool notify) {
   TreeView_Select(m_hWnd, item, TVGN_CARET);
   const TTreeNodeInfo* node = NodeOf(item);
   const wchar_t* path = node && node->pszPath ? node->pszPath : L"";
-  CopyCut(m_currentSelection, kPathChars, path);
+  zor::CopyCut(m_currentSelection, kPathChars, path);
   if (notify && m_props.pSelChanged && path[0]) m_props.pSelChanged(m_currentSelection, m_props.dwSelChangedUser);
 }
 

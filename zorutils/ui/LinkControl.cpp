@@ -1,20 +1,12 @@
 // CLinkControl: a subclassed static control painted as an underlined link.
 #include <zorutils/ui/LinkControl.h>
 
+#include <zorutils/internal/CopyCut.h>
 #include <zorutils/internal/UiGeometry.h>
 
 #include <cwchar>
 
 namespace {
-
-// Copies at most capacity - 1 units of `src` (null: nothing) and terminates.
-void CopyCut(wchar_t* dst, size_t capacity, const wchar_t* src) {
-  size_t n = 0;
-  if (src)
-    while (n + 1 < capacity && src[n]) ++n;
-  if (n) wmemcpy(dst, src, n);
-  dst[n] = 0;
-}
 
 HFONT ParentFont(HWND control) {
   return reinterpret_cast<HFONT>(::SendMessageW(::GetParent(control), WM_GETFONT, 0, 0));
@@ -74,8 +66,8 @@ int CLinkControl::SubClass(HWND control, const wchar_t* text, const wchar_t* lin
   if (!::IsWindow(control)) return 0;
   Restore();
   m_hWnd = control;
-  CopyCut(m_text, sizeof m_text / sizeof m_text[0], text);
-  CopyCut(m_link, sizeof m_link / sizeof m_link[0], link);
+  zor::CopyCut(m_text, sizeof m_text / sizeof m_text[0], text);
+  zor::CopyCut(m_link, sizeof m_link / sizeof m_link[0], link);
   m_colour = colour;
   ::SetWindowLongPtrW(control, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   m_oldProc = reinterpret_cast<WNDPROC>(
