@@ -72,7 +72,7 @@ void CALLBACK ShotAdvert(HWND, UINT, UINT_PTR timer, DWORD) {
 std::wstring Line(const CProductCatalogue& catalogue, int i) {
   const TCatalogueProduct* p = catalogue.GetProduct(i);
   wchar_t line[512];
-  swprintf(line, 512, L"%-12s %-8s %-13s %s\n", p->id, p->version,
+  swprintf(line, 512, L"%-12ls %-8ls %-13ls %ls\n", p->id, p->version,
            catalogue.IsInstalled(i) ? L"installed" : L"not installed", p->name);
   return line;
 }

@@ -17,7 +17,8 @@ const COLORREF kLinkColour = RGB(0, 0, 238);
 struct TAdvertState {
   CProductCatalogue* catalogue;
   int index;
-  HICON ownIcon;  // loaded from the product's icon file; destroyed with the dialog
+  HICON ownIcon;  // loaded from the product's icon file; destroyed after the dialog
+  HFONT nameFont;  // the dialog's font in bold, for the name; likewise
   CLinkControl link;
 };
 
@@ -37,6 +38,13 @@ void InitAdvert(HWND dialog, TAdvertState* state) {
   CenterWindow(dialog, ::GetWindow(dialog, GW_OWNER), true, true, false);
   ::SetWindowTextW(dialog, p->name);
   ::SetDlgItemTextW(dialog, IDC_ZOR_ADVERT_NAME, p->name);
+  LOGFONTW font;
+  HFONT dialogFont = reinterpret_cast<HFONT>(::SendMessageW(dialog, WM_GETFONT, 0, 0));
+  if (dialogFont && ::GetObjectW(dialogFont, sizeof font, &font)) {
+    font.lfWeight = FW_BOLD;
+    state->nameFont = ::CreateFontIndirectW(&font);
+    ::SendDlgItemMessageW(dialog, IDC_ZOR_ADVERT_NAME, WM_SETFONT, reinterpret_cast<WPARAM>(state->nameFont), FALSE);
+  }
   ::SetDlgItemTextW(dialog, IDC_ZOR_ADVERT_TEXT, p->description);
 
   wchar_t caption[256];
@@ -122,8 +130,10 @@ int UT_ShowProductAdvert(HWND owner, CProductCatalogue& catalogue, int index) {
   state.catalogue = &catalogue;
   state.index = index;
   state.ownIcon = nullptr;
+  state.nameFont = nullptr;
   const INT_PTR result = ::DialogBoxParamW(ZorModule(), MAKEINTRESOURCEW(IDD_ZOR_ADVERT), owner, AdvertDialogProc,
                                            reinterpret_cast<LPARAM>(&state));
   if (state.ownIcon) ::DestroyIcon(state.ownIcon);
+  if (state.nameFont) ::DeleteObject(state.nameFont);
   return result == ZOR_ADVERT_DOWNLOAD || result == ZOR_ADVERT_CLOSE ? static_cast<int>(result) : -1;
 }
