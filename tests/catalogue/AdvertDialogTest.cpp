@@ -10,6 +10,7 @@ namespace {
 struct Seen {
   std::wstring title, texts;  // name|description|link|download|close|box
   bool linkShown = false, checked = false;
+  int focus = 0;
   HICON icon = nullptr;
 };
 
@@ -36,6 +37,7 @@ protected:
           for (int id : {IDC_ZOR_ADVERT_NAME, IDC_ZOR_ADVERT_TEXT, IDC_ZOR_ADVERT_LINK, IDOK, IDCANCEL, IDC_ZOR_ADVERT_DONOTSHOW})
             seen.texts += ItemText(d, id) + (id == IDC_ZOR_ADVERT_DONOTSHOW ? L"" : L"|");
           seen.linkShown = zortest::ItemShown(d, IDC_ZOR_ADVERT_LINK);
+          seen.focus = GetDlgCtrlID(zortest::FocusOf(GetWindowThreadProcessId(d, nullptr)));
           seen.checked = SendDlgItemMessageW(d, IDC_ZOR_ADVERT_DONOTSHOW, BM_GETCHECK, 0, 0) == BST_CHECKED;
           seen.icon = reinterpret_cast<HICON>(SendDlgItemMessageW(d, IDC_ZOR_ADVERT_ICON, STM_GETICON, 0, 0));
           if (link)
@@ -61,7 +63,7 @@ TEST_F(AdvertDialog, ShowsTheProductAndKeepsTheBoxHoweverItIsLeft) {
   EXPECT_EQ(ZOR_ADVERT_CLOSE, Show(0, IDCANCEL, true, true));
   EXPECT_EQ(L"Wave & Co", seen.title);
   EXPECT_EQ(L"Wave & Co|Edits sound.\nFast.|Mehr lesen|Holen|Zu|Nie wieder", seen.texts);
-  EXPECT_TRUE(seen.linkShown && !seen.checked);
+  EXPECT_TRUE(seen.linkShown && !seen.checked && seen.focus == IDOK);
   EXPECT_EQ(LoadIconW(GetModuleHandleW(L"zorutils.dll"), MAKEINTRESOURCEW(IDI_ZOR_UTILITIES)), seen.icon)
       << "a missing icon file gives the library's own";
   EXPECT_EQ(std::vector<std::wstring>{L"https://e.com/"}, cattest::g_launched);
