@@ -91,20 +91,15 @@ TEST_F(Catalogue, TenThousandProductsLoadAndAreFound) {
 
 TEST_F(Catalogue, InstalledIsAskedLiveOfUninstallKeysAppPathsAndFiles) {
   const std::wstring uninstall = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\zortest catalogue";
-  const std::wstring a = L"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\zortest-a.exe";
-  const std::wstring b = L"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\zortest-b.exe";
+  const std::wstring paths = L"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\", a = paths + L"zortest-a.exe", b = paths + L"zortest-b.exe";
   const std::wstring program = dir / L"program.exe", quoted = L"\"" + program + L"\"";
-  auto cleanUp = [&] {
-    RegDeleteTreeW(HKEY_CURRENT_USER, uninstall.c_str()), RegDeleteTreeW(HKEY_LOCAL_MACHINE, a.c_str());
-    RegDeleteTreeW(HKEY_CURRENT_USER, b.c_str()), DeleteFileW(program.c_str());
-  };
+  auto cleanUp = [&] { RegDeleteTreeW(HKEY_CURRENT_USER, uninstall.c_str()), RegDeleteTreeW(HKEY_LOCAL_MACHINE, a.c_str()),
+                       RegDeleteTreeW(HKEY_CURRENT_USER, b.c_str()), DeleteFileW(program.c_str()); };
   cleanUp();
-  ASSERT_TRUE(Load(Product(L"u", L"", L"<installed kind=\"uninstall\">zortest catalogue</installed>") +
-                   Product(L"a", L"", L"<installed kind=\"apppath\">zortest-a.exe</installed>") +
-                   Product(L"b", L"", L"<installed kind=\"apppath\">zortest-b.exe</installed>") +
-                   Product(L"f", L"", L"<installed kind=\"file\">" + program + L"</installed>") +
-                   Product(L"e", L"", L"<installed kind=\"file\">{exe}\\catalogue_tests.exe</installed>") +
-                   Product(L"t", L"", L"<installed kind=\"file\">{Nope}\\catalogue_tests.exe</installed>")));
+  auto check = [](const wchar_t* kind, const std::wstring& target) { return L"<installed kind=\"" + std::wstring(kind) + L"\">" + target + L"</installed>"; };
+  ASSERT_TRUE(Load(Product(L"u", L"", check(L"uninstall", L"zortest catalogue")) + Product(L"a", L"", check(L"apppath", L"zortest-a.exe")) +
+                   Product(L"b", L"", check(L"apppath", L"zortest-b.exe")) + Product(L"f", L"", check(L"file", program)) +
+                   Product(L"e", L"", check(L"file", L"{exe}\\catalogue_tests.exe")) + Product(L"t", L"", check(L"file", L"{Nope}\\x.exe"))));
   EXPECT_EQ(L"----Y--", Installed());
   ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(HKEY_CURRENT_USER, uninstall.c_str(), L"DisplayName", REG_SZ, L"", 2));
   // App Paths: a key naming a program that is not there does not count, a
@@ -129,9 +124,8 @@ TEST(CatalogueTokens, FolderTokensExpandToTheirFoldersAndRefuseWhatDoesNotFit) {
   EXPECT_EQ(std::wstring(programFiles) + L"\\Zor\\" + zortest::ExeDir() + L".txt", out);
   const std::wstring fits = L"{Exe}" + std::wstring(MAX_PATH - 1 - zortest::ExeDir().size(), L'y');
   EXPECT_TRUE(ExpandFolderTokens(fits.c_str(), out, MAX_PATH) && wcslen(out) == MAX_PATH - 1);
-  for (const std::wstring& bad : {fits + L"y", std::wstring(L"{Exe"), std::wstring(L"{Nope}\\x"), L"{" + std::wstring(40, L'a') + L"}"}) {
+  for (const std::wstring& bad : {fits + L"y", std::wstring(L"{Exe"), std::wstring(L"{Nope}\\x"), L"{" + std::wstring(40, L'a') + L"}"})
     EXPECT_FALSE(ExpandFolderTokens(bad.c_str(), out, MAX_PATH) || out[0]) << zortest::Escape(bad);
-  }
   EXPECT_FALSE(ExpandFolderTokens(nullptr, out, MAX_PATH) || ExpandFolderTokens(L"x", out, 0));
 }
 

@@ -30,6 +30,7 @@ struct StateKey {
   const std::wstring key;
 };
 
+// Addresses that reached the launcher, in order, while a RecordingLauncher lives.
 inline std::vector<std::wstring> g_launched;
 inline bool RecordLaunch(const wchar_t* address, HWND) { return g_launched.push_back(address), true; }
 struct RecordingLauncher {
