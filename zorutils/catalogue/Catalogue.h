@@ -66,8 +66,10 @@ struct TCatalogueProduct {
 };
 
 /// True for an address the catalogue may hand to the browser: "http://" or
-/// "https://" (any case) followed by a host, and no control characters,
-/// blanks or quotes anywhere. Null is false.
+/// "https://" (any case) followed by a host (not starting with '/', '.',
+/// ':', '?' or '#'), and nowhere a control character, a blank, DEL, '"',
+/// '<', '>', '\' or '`': what a shell or a command line could read as
+/// something other than one address. Null is false.
 ZORUTILS_API bool IsWebAddress(const wchar_t* address);
 /// Opens `address` with LaunchBrowser when IsWebAddress accepts it; anything
 /// else is refused (false, logged "OpenWebAddress: refused, not a web
