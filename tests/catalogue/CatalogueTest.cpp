@@ -41,6 +41,8 @@ TEST_F(Catalogue, GoodEntriesAreKeptAndEachBadOneIsSkippedWithItsReason) {
           L"<product id=\"nodl\"><name>n</name><installed kind=\"file\">x</installed></product>" +
           L"<product id=\"ftp\"><name>n</name><installed kind=\"file\">x</installed><download>ftp://e.com/</download></product>" +
           Product(L"FIRST") + Product(L"bad\\id") + Product(i63 + L"Z") +
+          L"<product id=\"long\"><name>n</name><installed kind=\"file\">x</installed><download>https://e.com/" +
+          std::wstring(kCatalogueAddressChars - 14, L'a') + L"</download></product>" +
           L"<product id=\"hostile\"><name>" + x + L"</name><installed kind=\"apppath\">h.exe</installed>"
           L"<download>https://e.com/</download><info>file:///C:/x.exe</info></product>" + Product(i63),
       strings.c_str()));
@@ -52,7 +54,8 @@ TEST_F(Catalogue, GoodEntriesAreKeptAndEachBadOneIsSkippedWithItsReason) {
                               L"5 skipped, no installed check of a known kind", L"6 skipped, no download address",
                               L"7 skipped, download address is not a web address", L"8 skipped, duplicate id",
                               L"9 skipped, id with characters other than letters, digits, '.', '-' and '_'",
-                              L"10 skipped, id too long", L": 3 products read, 9 skipped"};
+                              L"10 skipped, id too long", L"11 skipped, download address too long",
+                              L": 3 products read, 10 skipped"};
   for (const wchar_t* r : reasons)
     EXPECT_TRUE(log.Contains(std::wstring(L"CProductCatalogue::Load") + (r[0] == L':' ? L"" : L": product ") + r)) << zortest::Escape(r);
   EXPECT_TRUE(log.Contains(L"CProductCatalogue::Load: hostile: information address dropped, not a web address"));
@@ -124,9 +127,9 @@ TEST(CatalogueTokens, FolderTokensExpandToTheirFoldersAndRefuseWhatDoesNotFit) {
   EXPECT_EQ(std::wstring(programFiles) + L"\\Zor\\" + zortest::ExeDir() + L".txt", out);
   const std::wstring fits = L"{Exe}" + std::wstring(MAX_PATH - 1 - zortest::ExeDir().size(), L'y');
   EXPECT_TRUE(ExpandFolderTokens(fits.c_str(), out, MAX_PATH) && wcslen(out) == MAX_PATH - 1);
-  for (const std::wstring& bad : {fits + L"y", std::wstring(L"{Exe"), std::wstring(L"{Nope}\\x"), L"{" + std::wstring(40, L'a') + L"}"})
+  for (const std::wstring& bad : {fits + L"y", std::wstring(L"x{Exe"), std::wstring(L"x{Nope}"), L"{" + std::wstring(40, L'a') + L"}"})
     EXPECT_FALSE(ExpandFolderTokens(bad.c_str(), out, MAX_PATH) || out[0]) << zortest::Escape(bad);
-  EXPECT_FALSE(ExpandFolderTokens(nullptr, out, MAX_PATH) || ExpandFolderTokens(L"x", out, 0));
+  EXPECT_FALSE(ExpandFolderTokens(nullptr, out, MAX_PATH) || ExpandFolderTokens(L"x", out, 0) || !ExpandFolderTokens(L"", out, 1));
 }
 
 TEST_F(Catalogue, OnlyWebAddressesReachTheBrowser) {
