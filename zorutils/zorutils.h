@@ -57,3 +57,6 @@
 #include <zorutils/system/Paths.h>
 #include <zorutils/system/RegistryStrings.h>
 #include <zorutils/system/SystemInfo.h>
+
+// Product catalogue and cross-promotion
+#include <zorutils/catalogue/Catalogue.h>

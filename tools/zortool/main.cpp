@@ -9,6 +9,8 @@
 //   zortool progress | link  shows the progress dialog or a link control
 //   zortool tree START_FOLDER [--shot FILE.bmp]
 //                            shows the folder tree in a window (Tree.cpp)
+//   zortool catalogue list | show ID | advert [ID] [--shot FILE.bmp]
+//                            the product catalogue (Catalogue.cpp)
 #include <zorutils/zorutils.h>
 
 #include "tools/crashreport/CrashReport.h"
@@ -200,6 +202,7 @@ int MsgBox(int argc, wchar_t** argv);    // Dialogs.cpp
 int Progress(int argc, wchar_t** argv);  // Dialogs.cpp
 int Link(int argc, wchar_t** argv);      // Dialogs.cpp
 int Tree(int argc, wchar_t** argv);    // Tree.cpp
+int Catalogue(int argc, wchar_t** argv);  // Catalogue.cpp
 
 int wmain(int argc, wchar_t** argv) {
   zorcrash::InstallCrashReport();
@@ -212,8 +215,10 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"progress") return Progress(argc, argv);
   if (verb == L"link") return Link(argc, argv);
   if (verb == L"tree") return Tree(argc, argv);
+  if (verb == L"catalogue") return Catalogue(argc, argv);
   Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ...\n"
       L"       | msgbox KEY [--check] [--icon N] [--buttons FLAGS] [--text] [--shot FILE.bmp]\n"
-      L"       | progress [--shot FILE.bmp] | link [--shot FILE.bmp] | tree START_FOLDER [--shot FILE.bmp]\n");
+      L"       | progress [--shot FILE.bmp] | link [--shot FILE.bmp] | tree START_FOLDER [--shot FILE.bmp]\n"
+      L"       | catalogue list | show ID | advert [ID] [--shot FILE.bmp] [--file CATALOGUE.xml]\n");
   return 2;
 }

@@ -31,3 +31,8 @@ ZORUTILS_API void ZorTest_UsePlainWideScans(bool plain);
 /// pause, in milliseconds. 0 restores the real 1000. Either way the next
 /// request may go at once.
 ZORUTILS_API void ZorTest_SetLookupPacing(DWORD intervalMs, DWORD secondMs);
+
+/// Makes OpenWebAddress (and so the catalogue and its advertisement dialog)
+/// hand accepted addresses to `launcher` instead of LaunchBrowser; null
+/// restores LaunchBrowser.
+ZORUTILS_API void ZorTest_SetWebLauncher(bool (*launcher)(const wchar_t* address, HWND owner));

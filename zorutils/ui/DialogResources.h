@@ -16,3 +16,12 @@
 
 // The library's own icon, a custom icon number the message dialogs can show.
 #define IDI_ZOR_UTILITIES 300
+
+// Product advertisement dialog (UT_ShowProductAdvert). Its Download button is
+// IDOK (1), its Close button IDCANCEL (2).
+#define IDD_ZOR_ADVERT 260
+#define IDC_ZOR_ADVERT_ICON 1260
+#define IDC_ZOR_ADVERT_NAME 1261
+#define IDC_ZOR_ADVERT_TEXT 1262
+#define IDC_ZOR_ADVERT_LINK 1263
+#define IDC_ZOR_ADVERT_DONOTSHOW 1264
