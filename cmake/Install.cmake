@@ -1,5 +1,6 @@
 # cmake --install (./zor install PREFIX): what a host project needs.
-#   bin/      zorutils.dll, zorfutls.dll, zortool.exe and the string files
+#   bin/      zorutils.dll, zorfutls.dll, zortool.exe (and its samples/) and
+#             the string files
 #   lib/      the import libraries and the CMake package (lib/cmake/zorutils)
 #   include/  the public headers, <zorutils/...> and <zorfutls/...>
 # A host then writes find_package(zorutils) and links zorutils::zorutils,
@@ -14,6 +15,8 @@ install(TARGETS zorutils zorfutls EXPORT zorutilsTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS zortool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# zortool's sample data rides along, as in the build tree, for its demos.
+install(DIRECTORY tools/zortool/samples/ DESTINATION ${CMAKE_INSTALL_BINDIR}/samples)
 file(GLOB string_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/zorutils/strings/data/*)
 install(FILES ${string_files} DESTINATION ${CMAKE_INSTALL_BINDIR})
 
