@@ -9,6 +9,7 @@
 /// and a contact address, "zorfutls/<version> ( <contact> )" (the contact
 /// part only when one is set), so that a service can tell who is calling.
 class ZORFUTLS_API MyInternetAccess {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Opens the session (system proxy settings). `contact` (may be null) is
   /// an address such as a mail address or a web page, cut to 127 characters.
@@ -44,6 +45,7 @@ private:
 /// other than 2xx) or terminated download never touches that name: an older
 /// file there stays as it was, and no file appears where there was none.
 class ZORFUTLS_API CInternetDownload {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CInternetDownload();
   /// Terminates a running download and waits for its thread.

@@ -8,6 +8,11 @@
 
 #include <windows.h>
 
+// Reads the member offsets of the exported classes at compile time (zorutils/internal/Layouts.cpp).
+namespace zor {
+struct Layouts;
+}
+
 #if defined(ZORFUTLS_BUILDING)
 #define ZORFUTLS_API __attribute__((dllexport))
 #elif defined(__GNUC__)
@@ -69,6 +74,7 @@ ZORFUTLS_API int ExtractFileName(const wchar_t* path, wchar_t* name);
 /// One open registry key. Constructed on a root key (HKEY_CURRENT_USER ...),
 /// which it borrows and never closes; keys made by GetSubKey own their handle.
 class ZORFUTLS_API CRegKey {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   explicit CRegKey(HKEY root);
   ~CRegKey();

@@ -3,6 +3,11 @@
 
 #include <windows.h>
 
+// Reads the member offsets of the exported classes at compile time (zorutils/internal/Layouts.cpp).
+namespace zor {
+struct Layouts;
+}
+
 #if defined(ZORUTILS_BUILDING)
 #define ZORUTILS_API __attribute__((dllexport))
 #elif defined(__GNUC__)

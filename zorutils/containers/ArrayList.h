@@ -37,6 +37,7 @@ struct _tArrayElem_t {
 };
 
 class ZORUTILS_API CMyArrayList {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   // --- Construction -----------------------------------------------------------
 

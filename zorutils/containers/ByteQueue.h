@@ -35,6 +35,7 @@ struct TQueueBuffer {
 };
 
 class ZORUTILS_API CByteQueue {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Empty; recycling on, limits 32,000 and 1,000,000 bytes.
   CByteQueue();

@@ -16,6 +16,11 @@
 #include <cstdlib>
 #include <cstring>
 
+// Reads the member offsets of the exported classes at compile time (zorutils/internal/Layouts.cpp).
+namespace zor {
+struct Layouts;
+}
+
 namespace zor {
 /// How an owned element is destroyed: strings are malloc'ed blocks (as made
 /// by CopyStringW and friends), everything else is a C++ object.
@@ -27,6 +32,7 @@ inline void DestroyOwned(char* p) { std::free(p); }
 
 template <class T>
 class CDynArray {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CDynArray() : m_data(nullptr), m_count(0), m_capacity(0) {}
   ~CDynArray() {

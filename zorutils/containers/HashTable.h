@@ -22,6 +22,7 @@
 #include <wchar.h>
 
 class ZORUTILS_API CHashTable {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// 25 buckets.
   CHashTable();

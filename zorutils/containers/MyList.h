@@ -38,6 +38,7 @@ struct LinkedListOps;  // the shared implementation (MyList_impl.h)
 }
 
 class ZORUTILS_API CMyList {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Empty list, all members zero.
   CMyList();
@@ -97,6 +98,7 @@ protected:
 };
 
 class ZORUTILS_API CMegaList {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CMegaList();
   /// Shallow, as for CMyList.

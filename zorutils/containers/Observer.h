@@ -44,6 +44,7 @@ protected:
 };
 
 class ZORUTILS_API Observable {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   Observable();
   /// Removes every observer (the observers themselves are not touched).

@@ -19,6 +19,7 @@
 /// was), and then only one of them may be destroyed. Index 0 is the first
 /// string; a negative index counts as 0. Null texts are not stored.
 class ZORUTILS_API CStringList {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CStringList();
   ~CStringList();
@@ -78,6 +79,7 @@ static_assert(sizeof(_lastDirList) == MAX_PATH * sizeof(wchar_t) + 2 * sizeof(lo
 /// after its equals). The list owns its records. Assignment shares the list
 /// exactly as for CStringList.
 class ZORUTILS_API CLastDirList {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CLastDirList();
   ~CLastDirList();
@@ -132,6 +134,7 @@ static_assert(sizeof(CLastDirList) == sizeof(void*), "CLastDirList is exactly it
 /// after the last file). Files that vanish are dropped when the list is
 /// loaded and skipped when it is saved.
 class ZORUTILS_API CMRUList {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CMRUList();
   /// Frees the entries without saving.

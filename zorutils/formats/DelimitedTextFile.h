@@ -36,6 +36,7 @@
 #include <zorutils/containers/DynArray.h>
 
 class ZORUTILS_API CDelimitedTextFile {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// An empty table with no columns and an empty file path.
   CDelimitedTextFile();

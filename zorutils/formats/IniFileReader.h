@@ -43,6 +43,7 @@ struct TIniSection;
 struct TIniEntry;
 
 class ZORUTILS_API CIniFileReader {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// An empty reader: no file name, no sections, not sorted, not initialised.
   CIniFileReader();

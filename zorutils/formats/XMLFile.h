@@ -14,6 +14,7 @@
 #include <zorutils/formats/XMLNode.h>
 
 class ZORUTILS_API CXMLFile : public CXMLNode {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CXMLFile();
   /// Copies the tree and the file's callback, user data and flag.

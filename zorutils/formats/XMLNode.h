@@ -74,6 +74,7 @@ struct TFieldResult {
 typedef void (*XMLProgressProc)(unsigned int position, unsigned int total, void* user);
 
 class ZORUTILS_API CXMLNode {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   // --- Construction -------------------------------------------------------------
 

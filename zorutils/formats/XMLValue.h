@@ -21,6 +21,7 @@
 #include <new>
 
 class ZORUTILS_API CXMLValue {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// No field name, no value, sequence number -1.
   CXMLValue();

@@ -65,6 +65,7 @@ enum TLookupKind {
 };
 
 class ZORUTILS_API CDLookup {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CDLookup();
   virtual ~CDLookup();
@@ -111,6 +112,7 @@ private:
 struct TLookupRequest;
 
 class ZORUTILS_API MusicBrainzLookup : public CDLookup {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// `session` (not owned; may be null: every search then returns false)
   /// and the temporary folder, ending in a path separator. Starts the worker.

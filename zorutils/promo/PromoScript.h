@@ -71,6 +71,7 @@ enum TPromoEffect {
 };
 
 class ZORUTILS_API CPromoScript {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Idle, with default properties; seeds rand() with the tick count.
   CPromoScript();

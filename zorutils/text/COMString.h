@@ -11,6 +11,7 @@
 #include <wtypes.h>
 
 class ZORUTILS_API CCOMString {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   // --- Construction and assignment ---------------------------------------
 

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 class ZORUTILS_API CLock {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Initialises the section; the first construction also looks up the
   /// system's TryEnterCriticalSection (retried while it is not found).
@@ -27,6 +28,7 @@ private:
 };
 
 class ZORUTILS_API CSlipLock {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Creates the lock and guard events (auto-reset, signalled, unnamed).
   CSlipLock();

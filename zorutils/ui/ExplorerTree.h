@@ -121,6 +121,7 @@ struct TTreeNodeInfo {
 };
 
 class ZORUTILS_API CExplorerTree {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   CExplorerTree();
   /// Frees the nodes and the image list and destroys the windows (when the

@@ -35,6 +35,7 @@ struct TShortcutThreadProps {
 };
 
 class ZORUTILS_API CShortcutReader {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Timeout 50 ms. On systems with version code 5 (NT 4) or more, creates
   /// the events and starts the worker; older systems get a reader that

@@ -39,6 +39,7 @@
 /// One undoable action. Hosts derive from it; the manager uses exactly the
 /// virtual slots below, in this order, and the undo set ID.
 class ZORUTILS_API CUndoAtom {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// Undo set ID 0; the manager stamps its own when it takes the atom.
   CUndoAtom();
@@ -63,6 +64,7 @@ static_assert(sizeof(CUndoAtom) == 2 * sizeof(void*), "CUndoAtom is its virtual 
 
 /// The host's undo history; see the banner above.
 class ZORUTILS_API CUndoMgr {
+  friend struct zor::Layouts;  // the compile-time layout table
 public:
   typedef void (*DirtyStatusCallback)(int dirty, void* user);
   typedef void (*SetDirtyCallback)(void);
