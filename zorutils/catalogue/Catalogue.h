@@ -154,6 +154,8 @@ private:
   bool ReadState(int index, const wchar_t* suffix, DWORD& value) const;
   bool WriteState(int index, const wchar_t* suffix, DWORD value);
 
+  friend struct zor::Layouts;  // the compile-time layout table
+
   CDynArray<TCatalogueProduct*> m_products;
   HKEY m_stateRoot;
   wchar_t m_stateKey[MAX_PATH];
