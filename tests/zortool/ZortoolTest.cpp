@@ -33,7 +33,7 @@ Result RunTool(const std::wstring& args, std::string* out = nullptr) {
   // tells that apart from a program that does not start.
   bool started = false;
   for (int attempt = 0; attempt < 3 && !started; ++attempt) {
-    started = CreateProcessW(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi) != 0;
+    started = CreateProcessW(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, zortest::ExeDir().c_str(), &si, &pi) != 0;
     if (!started) {
       r.err = "CreateProcess error " + std::to_string(GetLastError());
       Sleep(500);
@@ -116,6 +116,43 @@ TEST(Zortool, HostileFilesEndCleanly) {
   EXPECT_EQ(1u, RunTool(L"ini set \"" + (dir / L"empty") + L"\" s k v").code);
   EXPECT_EQ(1u, RunTool(L"ini set \"" + (dir / L"binary") + L"\" s k v").code);
   EXPECT_EQ(binary, zortest::ReadBytes(dir / L"binary"));
+}
+
+// What the tour shows, on the bundled samples (the tool runs in its own
+// folder, so the relative paths hold).
+TEST(Zortool, CommandsOnTheSamples) {
+  struct Case {
+    const wchar_t* args;
+    const char* shows;
+  } cases[] = {
+      {L"ini get samples\\settings.ini Player Greeting", "  spaced out  \r\n"},
+      {L"ini dump samples\\settings.ini", "2 sections\r\n[Player]\r\nVolume = 80\r\n"},
+      {L"csv dump samples\\tracks.csv", "2 | The Long Song, Part 1 | The Examples | 62:03\r\n"},
+      {L"xml dump samples\\album.xml --decode", "    #1 <artist>\r\n      #0 \"The Examples\"\r\n"},
+      {L"xml dump samples\\album.xml", "\"Takk &amp; more\""},
+      {L"html decode \"&lt;b&gt; &#233;\"", "<;b>; \xC3\xA9\r\n"},
+      {L"name joliet \"A long title: part 2?.mp3\"", "A long titl.mp3  (changed)"},
+      {L"name validate a?b", "a_b  (changed)"},
+      {L"strings get Cancel --file utility-strings-de.ini", "Abbrechen\r\n"},
+      {L"strings get NoSuchKey", "NoSuchKey  (not found"},
+      {L"undo", "undo three times       \"\"\r\n                        dirty 0, Undo: -, Redo: Typing"},
+  };
+  for (const Case& c : cases) {
+    std::string out;
+    EXPECT_EQ(0u, RunTool(c.args, &out).code) << zortest::Escape(c.args);
+    EXPECT_NE(std::string::npos, out.find(c.shows)) << zortest::Escape(c.args) << "\n" << out;
+  }
+  // The recent-files list keeps what it is given, newest first, in its key.
+  std::string out;
+  RunTool(L"mru clear");
+  RunTool(L"mru add samples\\tracks.csv");
+  EXPECT_EQ(0u, RunTool(L"mru add samples\\album.xml", &out).code);
+  EXPECT_NE(std::string::npos, out.find("2 recent files")) << out;
+  EXPECT_LT(out.find("1. album.xml"), out.find("2. tracks.csv")) << out;
+  EXPECT_EQ(0u, RunTool(L"mru remove 1", &out).code);
+  EXPECT_NE(std::string::npos, out.find("1. tracks.csv")) << out;
+  EXPECT_EQ(0u, RunTool(L"mru clear", &out).code);
+  EXPECT_NE(std::string::npos, out.find("0 recent files")) << out;
 }
 
 }  // namespace
