@@ -18,7 +18,7 @@
 #include <cwchar>
 #include <string>
 
-void Out(const std::wstring& text);  // main.cpp
+#include "Tool.h"
 
 namespace {
 
@@ -52,14 +52,12 @@ void CALLBACK ShotMessageDialog(HWND, UINT, UINT_PTR timer, DWORD) {
   EnumThreadWindows(GetCurrentThreadId(), FindDialog, reinterpret_cast<LPARAM>(&dialog));
   if (!dialog) return;
   KillTimer(nullptr, timer);
-  if (!SaveWindowShot(dialog, g_shot)) Out(L"zortool: cannot save " + g_shot + L"\n");
+  if (!SaveWindowShot(dialog, g_shot)) Fail(L"shot", L"cannot save " + g_shot);
   PostMessageW(dialog, WM_CLOSE, 0, 0);
 }
 
 int Usage() {
-  fputs("usage: zortool msgbox KEY [--check] [--icon N] [--buttons FLAGS] [--text] [--shot FILE.bmp]\n"
-        "       zortool progress [--shot FILE.bmp] | link [--shot FILE.bmp]\n", stderr);
-  return 2;
+  return BadArgs(L"msgbox", L"say which KEY to show");
 }
 
 const wchar_t kLinkClass[] = L"ZorToolLink";
@@ -123,14 +121,13 @@ int Progress(int argc, wchar_t** argv) {
   g_shot = Option(argc, argv, L"--shot");
   CProgressMeter meter;
   if (!meter.Show(nullptr, 100, L"zortool progress")) {
-    Out(L"zortool: the progress dialog could not be made\n");
-    return 1;
+    return Fail(L"progress", L"the progress dialog could not be made");
   }
   int done = 0;
   for (; done <= 100 && !meter.UserAborted(); ++done) {
     meter.SetProgress(done);
     if (!g_shot.empty() && done == 40) {
-      if (!SaveWindowShot(meter.m_hDlg, g_shot)) Out(L"zortool: cannot save " + g_shot + L"\n");
+      if (!SaveWindowShot(meter.m_hDlg, g_shot)) Fail(L"shot", L"cannot save " + g_shot);
       break;
     }
     Sleep(50);
@@ -170,7 +167,7 @@ int Link(int argc, wchar_t** argv) {
   ShowWindow(top, SW_SHOW);
   UpdateWindow(top);
   if (!g_shot.empty()) {
-    if (!SaveWindowShot(top, g_shot)) Out(L"zortool: cannot save " + g_shot + L"\n");
+    if (!SaveWindowShot(top, g_shot)) Fail(L"shot", L"cannot save " + g_shot);
     DestroyWindow(top);
   }
   MSG msg;

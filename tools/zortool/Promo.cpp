@@ -8,6 +8,7 @@
 #include <zorutils/zorutils.h>
 
 #include "Shot.h"
+#include "Tool.h"
 
 #include <windows.h>
 
@@ -76,8 +77,7 @@ std::wstring FirstScript(const std::wstring& path) {
 
 int Promo(int argc, wchar_t** argv) {
   if (argc < 3) {
-    fputs("usage: zortool promo FILE [--script NAME] [--frames DIR [--count N]]\n", stderr);
-    return 2;
+    return BadArgs(L"promo", L"say which FILE to play");
   }
   wchar_t full[MAX_PATH];
   GetFullPathNameW(argv[2], MAX_PATH, full, nullptr);

@@ -14,7 +14,7 @@
 #include <cstdio>
 #include <string>
 
-void Out(const std::wstring& text);  // main.cpp
+#include "Tool.h"
 
 namespace {
 
@@ -47,9 +47,11 @@ LRESULT CALLBACK FrameProc(HWND window, UINT message, WPARAM wParam, LPARAM lPar
 
 int Tree(int argc, wchar_t** argv) {
   if (argc < 3) {
-    fputs("usage: zortool tree START_FOLDER [--shot FILE.bmp]\n", stderr);
-    return 2;
+    return BadArgs(L"tree", L"say which START_FOLDER to open");
   }
+  const DWORD attributes = GetFileAttributesW(argv[2]);
+  if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY))
+    return Fail(L"tree", std::wstring(L"no such folder: ") + argv[2]);
   std::wstring shot;
   for (int i = 3; i + 1 < argc; i += 2)
     if (std::wstring(argv[i]) == L"--shot") shot = argv[i + 1];
@@ -87,14 +89,15 @@ int Tree(int argc, wchar_t** argv) {
   CExplorerTree tree;
   g_tree = &tree;
   if (!tree.Create(&props)) {
-    Out(L"zortool tree: cannot create the folder tree\n");
+    Fail(L"tree", L"cannot create the folder tree");
     DestroyWindow(g_top);
     return 1;
   }
   int status = 0;
   if (!shot.empty()) {
     status = SaveWindowShot(g_top, shot) ? 0 : 1;
-    Out(status ? L"zortool tree: cannot save " + shot + L"\n" : L"zortool tree: saved " + shot + L"\n");
+    if (status) Fail(L"tree", L"cannot save " + shot);
+    else Out(L"zortool tree: saved " + shot + L"\n");
     DestroyWindow(g_top);
   }
   MSG msg;

@@ -1,19 +1,12 @@
-// zortool: the library's command-line front end and demo host.
-//
-//   zortool version          the versions of zorutils.dll and zorfutls.dll
-//   zortool demo [FILE]      runs string functions over a sample file
-//   zortool promo FILE [--script NAME] [--frames DIR [--count N]]
-//                            plays a promo script in a window (Promo.cpp)
-//   zortool lookup KIND ...  searches the online music catalogue (Lookup.cpp)
-//   zortool msgbox KEY ...   shows the message dialog (Dialogs.cpp)
-//   zortool progress | link  shows the progress dialog or a link control
-//   zortool tree START_FOLDER [--shot FILE.bmp]
-//                            shows the folder tree in a window (Tree.cpp)
-//   zortool catalogue list | show ID | advert [ID] [--shot FILE.bmp]
-//                            the product catalogue (Catalogue.cpp)
+// zortool: the library's command-line front end and demo host. Every
+// subsystem can be tried from here on the bundled files in samples\; the
+// commands and their options are listed in kCommands below (zortool --help,
+// zortool COMMAND --help). Errors are one line on stderr and a non-zero exit
+// status: 2 for wrong arguments, 1 for anything else.
 #include <zorutils/zorutils.h>
 
 #include "tools/crashreport/CrashReport.h"
+#include "Tool.h"
 
 #include <windows.h>
 
@@ -28,7 +21,10 @@ void Out(const std::wstring& text) {
   std::string bytes(static_cast<size_t>(n), '\0');
   WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &bytes[0], n, nullptr, nullptr);
   fwrite(bytes.data(), 1, bytes.size(), stdout);
-  fflush(stdout);
+  // A console shows each line as it comes; into a pipe or a file the output
+  // is buffered (errors flush it first, so the order holds).
+  static const bool console = GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) == FILE_TYPE_CHAR;
+  if (console) fflush(stdout);
 }
 
 namespace {
@@ -178,10 +174,7 @@ int Demo(const std::wstring& file) {
   DemoStrings();
   std::wstring path = file.empty() ? ExeDir() + L"\\samples\\demo.txt" : file;
   std::vector<wchar_t> text;
-  if (!ReadText(path, text)) {
-    Out(L"zortool: cannot read " + path + L"\n");
-    return 1;
-  }
+  if (!ReadText(path, text)) return Fail(L"demo", L"cannot read " + path);
   Out(L"demo of " + path + L"\n");
   CCOMString all(text.data());
   all.Replace(L"\r\n", L"\n");
@@ -196,29 +189,119 @@ int Demo(const std::wstring& file) {
 
 }  // namespace
 
-int Promo(int argc, wchar_t** argv);   // Promo.cpp
-int Lookup(int argc, wchar_t** argv);  // Lookup.cpp
-int MsgBox(int argc, wchar_t** argv);    // Dialogs.cpp
-int Progress(int argc, wchar_t** argv);  // Dialogs.cpp
-int Link(int argc, wchar_t** argv);      // Dialogs.cpp
-int Tree(int argc, wchar_t** argv);    // Tree.cpp
-int Catalogue(int argc, wchar_t** argv);  // Catalogue.cpp
+int Promo(int argc, wchar_t** argv);        // Promo.cpp
+int Lookup(int argc, wchar_t** argv);       // Lookup.cpp
+int MsgBox(int argc, wchar_t** argv);       // Dialogs.cpp
+int Progress(int argc, wchar_t** argv);     // Dialogs.cpp
+int Link(int argc, wchar_t** argv);         // Dialogs.cpp
+int Tree(int argc, wchar_t** argv);         // Tree.cpp
+int Catalogue(int argc, wchar_t** argv);    // Catalogue.cpp
+int Formats(int argc, wchar_t** argv);      // Formats.cpp: ini, csv, xml
+int TextTools(int argc, wchar_t** argv);    // Text.cpp: html, name, strings, languages
+int SystemTools(int argc, wchar_t** argv);  // System.cpp: sysinfo, mru
+int UndoSession(int argc, wchar_t** argv);  // Undo.cpp
+
+namespace {
+
+struct Command {
+  const wchar_t* verb;
+  int (*run)(int argc, wchar_t** argv);
+  const wchar_t* usage;  // the first line is the synopsis
+};
+
+int VersionCommand(int argc, wchar_t**) { return argc > 2 ? BadArgs(L"version", L"takes no arguments") : Version(); }
+int DemoCommand(int argc, wchar_t** argv) { return Demo(argc > 2 ? argv[2] : L""); }
+
+const Command kCommands[] = {
+    {L"version", VersionCommand, L"version\n  The versions of zorutils.dll and zorfutls.dll.\n"},
+    {L"demo", DemoCommand,
+     L"demo [FILE]\n  The library's texts, the installed languages, and string functions run over\n"
+     L"  FILE's lines (samples\\demo.txt by default).\n"},
+    {L"ini", Formats,
+     L"ini get FILE SECTION KEY [--default TEXT] | ini set FILE SECTION KEY VALUE | ini dump FILE\n"
+     L"  Reads a value, sets one (the file is written back as UTF-16 by the reader;\n"
+     L"  a missing file is created, a file without sections is not rewritten), or\n"
+     L"  prints the document as the reader holds it. Try samples\\settings.ini.\n"},
+    {L"csv", Formats,
+     L"csv dump FILE [--tab] [--no-quotes] [--strict]\n"
+     L"  Prints a comma-separated table (--tab: tab-separated) with a header line;\n"
+     L"  --strict leaves out rows of the wrong length. Try samples\\tracks.csv.\n"},
+    {L"xml", Formats,
+     L"xml dump FILE [--decode]\n"
+     L"  Prints the XML tree: each element and text with its sequence number (#N),\n"
+     L"  in document order; --decode replaces character references. Try samples\\album.xml.\n"},
+    {L"html", TextTools,
+     L"html decode TEXT | html format TEXT   (or --file FILE instead of TEXT, up to 1 MB)\n"
+     L"  decode: character references back to characters (\"&eacute;\" -> \"\u00e9\");\n"
+     L"  format: plain text as HTML, addresses made links.\n"},
+    {L"name", TextTools,
+     L"name iso9660 NAME | joliet NAME [--paths] [--replace C] | validate NAME [--replace C]\n"
+     L"     | unique PATH [--separator C]\n"
+     L"  Cleans a name for a disc image or the file system, or finds the first free\n"
+     L"  name like PATH (\"name_1.ext\", ...).\n"},
+    {L"strings", TextTools,
+     L"strings get KEY [--file FILE]\n"
+     L"  A localised text: from FILE, or else from the default language's string file\n"
+     L"  with the library's own texts behind it. A missing key gives the key itself.\n"},
+    {L"languages", TextTools,
+     L"languages\n  The languages listed in Languages.csv beside zortool.exe and their files.\n"},
+    {L"sysinfo", SystemTools,
+     L"sysinfo\n  The system version, processor clock rate, Unicode and theme support.\n"},
+    {L"mru", SystemTools,
+     L"mru add FILE | mru list | mru remove N | mru clear\n"
+     L"  The recent-files list (at most 9, newest first) kept under\n"
+     L"  HKCU\\Software\\zorutils\\zortool\\Recent files. N counts from 1 as listed.\n"},
+    {L"undo", UndoSession,
+     L"undo\n  A short scripted editing session: the text, Undo and Redo and the dirty\n"
+     L"  state after each step.\n"},
+    {L"lookup", Lookup,
+     L"lookup artists NAME | albums ARTIST TITLE | albums-of ARTIST_ID | songs RELEASE_ID\n"
+     L"       [--server URL] [--offset N] [--v2]   |   lookup demo [--v2]\n"
+     L"  Searches the online music catalogue; demo serves recorded replies on\n"
+     L"  127.0.0.1 and needs no network.\n"},
+    {L"promo", Promo,
+     L"promo FILE [--script NAME] [--frames DIR [--count N]]\n"
+     L"  Plays a promo script in a window (try samples\\promo.ini); --frames saves N\n"
+     L"  frames as BMP files into DIR and closes.\n"},
+    {L"msgbox", MsgBox,
+     L"msgbox KEY [--check] [--icon N] [--buttons FLAGS] [--text] [--shot FILE.bmp]\n"
+     L"  The message dialog with the text of KEY (or KEY itself with --text);\n"
+     L"  --shot saves a picture of it and closes it.\n"},
+    {L"progress", Progress, L"progress [--shot FILE.bmp]\n  The progress dialog counting to 100.\n"},
+    {L"link", Link, L"link [--shot FILE.bmp]\n  A window with a link control.\n"},
+    {L"tree", Tree, L"tree START_FOLDER [--shot FILE.bmp]\n  The folder tree in a window, opened at START_FOLDER.\n"},
+    {L"catalogue", Catalogue,
+     L"catalogue list | show ID | advert [ID] [--shot FILE.bmp] [--file CATALOGUE.xml]\n"
+     L"  The product catalogue (samples\\catalogue.xml): the products, one product, or\n"
+     L"  its advertisement dialog (without ID the rotation picks).\n"},
+};
+
+void Usage() {
+  std::wstring text = L"usage: zortool COMMAND ... (zortool COMMAND --help for more)\n";
+  for (const Command& c : kCommands) {
+    const std::wstring usage = c.usage;
+    text += L"  " + usage.substr(0, usage.find(L'\n')) + L"\n";
+  }
+  Out(text);
+}
+
+}  // namespace
 
 int wmain(int argc, wchar_t** argv) {
   zorcrash::InstallCrashReport();
-  std::wstring verb = argc > 1 ? argv[1] : L"demo";
-  if (verb == L"version") return Version();
-  if (verb == L"demo") return Demo(argc > 2 ? argv[2] : L"");
-  if (verb == L"promo") return Promo(argc, argv);
-  if (verb == L"lookup") return Lookup(argc, argv);
-  if (verb == L"msgbox") return MsgBox(argc, argv);
-  if (verb == L"progress") return Progress(argc, argv);
-  if (verb == L"link") return Link(argc, argv);
-  if (verb == L"tree") return Tree(argc, argv);
-  if (verb == L"catalogue") return Catalogue(argc, argv);
-  Out(L"usage: zortool version | demo [FILE] | promo FILE [--script NAME] [--frames DIR [--count N]] | lookup ...\n"
-      L"       | msgbox KEY [--check] [--icon N] [--buttons FLAGS] [--text] [--shot FILE.bmp]\n"
-      L"       | progress [--shot FILE.bmp] | link [--shot FILE.bmp] | tree START_FOLDER [--shot FILE.bmp]\n"
-      L"       | catalogue list | show ID | advert [ID] [--shot FILE.bmp] [--file CATALOGUE.xml]\n");
-  return 2;
+  if (argc < 2) return DemoCommand(argc, argv);
+  const std::wstring verb = argv[1];
+  if (verb == L"--help" || verb == L"-h" || verb == L"help") {
+    Usage();
+    return 0;
+  }
+  for (const Command& c : kCommands) {
+    if (verb != c.verb) continue;
+    if (HasFlag(argc, argv, L"--help") || HasFlag(argc, argv, L"-h")) {
+      Out(std::wstring(L"usage: zortool ") + c.usage);
+      return 0;
+    }
+    return c.run(argc, argv);
+  }
+  return BadArgs(L"", L"unknown command \"" + verb + L"\"");
 }
