@@ -135,6 +135,7 @@ TEST(Zortool, CommandsOnTheSamples) {
       {L"name validate a?b", "a_b  (changed)"},
       {L"strings get Cancel --file utility-strings-de.ini", "Abbrechen\r\n"},
       {L"strings get NoSuchKey", "NoSuchKey  (not found"},
+      {L"undo", "replace (one set)      \"Hello, zortool\" *\r\n"},
       {L"undo", "undo three times       \"\"\r\n                        dirty 0, Undo: -, Redo: Typing"},
   };
   for (const Case& c : cases) {
