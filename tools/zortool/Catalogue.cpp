@@ -50,25 +50,6 @@ int Usage() {
   return 2;
 }
 
-BOOL CALLBACK FindAdvert(HWND window, LPARAM found) {
-  wchar_t cls[16];
-  if (IsWindowVisible(window) && GetClassNameW(window, cls, 16) && wcscmp(cls, L"#32770") == 0) {
-    *reinterpret_cast<HWND*>(found) = window;
-    return FALSE;
-  }
-  return TRUE;
-}
-
-// Runs inside the dialog's modal loop: saves it once it shows, then closes it.
-void CALLBACK ShotAdvert(HWND, UINT, UINT_PTR timer, DWORD) {
-  HWND dialog = nullptr;
-  EnumThreadWindows(GetCurrentThreadId(), FindAdvert, reinterpret_cast<LPARAM>(&dialog));
-  if (!dialog) return;
-  KillTimer(nullptr, timer);
-  if (!SaveWindowShot(dialog, g_advertShot)) Out(L"zortool: cannot save " + g_advertShot + L"\n");
-  PostMessageW(dialog, WM_CLOSE, 0, 0);
-}
-
 std::wstring Line(const CProductCatalogue& catalogue, int i) {
   const TCatalogueProduct* p = catalogue.GetProduct(i);
   wchar_t line[512];
@@ -100,7 +81,7 @@ int Advert(CProductCatalogue& catalogue, const std::wstring& id) {
     Out(id.empty() ? L"nothing to advertise today\n" : L"zortool: no product " + id + L" in the catalogue\n");
     return id.empty() ? 0 : 1;
   }
-  if (!g_advertShot.empty()) SetTimer(nullptr, 0, 200, ShotAdvert);
+  if (!g_advertShot.empty()) ShootNextDialog(g_advertShot);
   const int choice = UT_ShowProductAdvert(nullptr, catalogue, i);
   catalogue.MarkShown(i, today);
   Out(std::wstring(L"advertised ") + catalogue.GetProduct(i)->id + L": " +

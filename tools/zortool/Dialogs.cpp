@@ -36,26 +36,6 @@ bool Flag(int argc, wchar_t** argv, const wchar_t* name) {
   return false;
 }
 
-BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
-  wchar_t cls[16];
-  if (IsWindowVisible(window) && GetClassNameW(window, cls, 16) && wcscmp(cls, L"#32770") == 0) {
-    *reinterpret_cast<HWND*>(found) = window;
-    return FALSE;
-  }
-  return TRUE;
-}
-
-// Runs inside the message dialog's modal loop: saves the dialog once it shows
-// and closes it with its close box.
-void CALLBACK ShotMessageDialog(HWND, UINT, UINT_PTR timer, DWORD) {
-  HWND dialog = nullptr;
-  EnumThreadWindows(GetCurrentThreadId(), FindDialog, reinterpret_cast<LPARAM>(&dialog));
-  if (!dialog) return;
-  KillTimer(nullptr, timer);
-  if (!SaveWindowShot(dialog, g_shot)) Fail(L"shot", L"cannot save " + g_shot);
-  PostMessageW(dialog, WM_CLOSE, 0, 0);
-}
-
 int Usage() {
   return BadArgs(L"msgbox", L"say which KEY to show");
 }
@@ -106,7 +86,7 @@ int MsgBox(int argc, wchar_t** argv) {
   unsigned int flags = buttons.empty() ? MB_OK | MB_ICONINFORMATION : wcstoul(buttons.c_str(), nullptr, 0);
   if (Flag(argc, argv, L"--check")) flags |= ZOR_MB_DONOTASK;
   const int icon = _wtoi(Option(argc, argv, L"--icon").c_str());
-  if (!g_shot.empty()) SetTimer(nullptr, 0, 200, ShotMessageDialog);
+  if (!g_shot.empty()) ShootNextDialog(g_shot);
   const int id = Flag(argc, argv, L"--text")
                      ? UT_MyMessageStr(nullptr, key.c_str(), flags, L"zortool msgbox", icon)
                      : UT_MyMessageBox(nullptr, key.c_str(), flags, L"zortool msgbox", icon,

@@ -1,5 +1,7 @@
 #include "Shot.h"
 
+#include "Tool.h"
+
 #include <cstdio>
 
 bool SaveBmp24(HDC source, int x, int y, int w, int h, const std::wstring& path) {
@@ -55,4 +57,34 @@ bool SaveWindowShot(HWND window, const std::wstring& path) {
   bool ok = SaveBmp24(screen, r.left, r.top, r.right - r.left, r.bottom - r.top, path);
   ReleaseDC(nullptr, screen);
   return ok;
+}
+
+namespace {
+
+std::wstring g_dialogShot;
+
+BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
+  wchar_t cls[16];
+  if (IsWindowVisible(window) && GetClassNameW(window, cls, 16) && wcscmp(cls, L"#32770") == 0) {
+    *reinterpret_cast<HWND*>(found) = window;
+    return FALSE;
+  }
+  return TRUE;
+}
+
+// Runs inside the dialog's modal loop until the dialog shows.
+void CALLBACK ShootDialog(HWND, UINT, UINT_PTR timer, DWORD) {
+  HWND dialog = nullptr;
+  EnumThreadWindows(GetCurrentThreadId(), FindDialog, reinterpret_cast<LPARAM>(&dialog));
+  if (!dialog) return;
+  KillTimer(nullptr, timer);
+  if (!SaveWindowShot(dialog, g_dialogShot)) Fail(L"shot", L"cannot save " + g_dialogShot);
+  PostMessageW(dialog, WM_CLOSE, 0, 0);
+}
+
+}  // namespace
+
+void ShootNextDialog(const std::wstring& path) {
+  g_dialogShot = path;
+  SetTimer(nullptr, 0, 200, ShootDialog);
 }

@@ -12,3 +12,8 @@ bool SaveBmp24(HDC source, int x, int y, int w, int h, const std::wstring& path)
 /// Saves what the screen shows of `window` (frame included) after letting it
 /// paint. The window must be visible and not covered.
 bool SaveWindowShot(HWND window, const std::wstring& path);
+
+/// For a modal dialog about to run on this thread: once a dialog of the
+/// thread shows, saves it to `path` and closes it as its close box would.
+/// Call just before the modal call.
+void ShootNextDialog(const std::wstring& path);

@@ -7,6 +7,7 @@
 
 #include <zorutils/formats/IniFileReader_impl.h>
 #include <zorutils/formats/TextFormats_impl.h>
+#include <zorutils/internal/CopyCut.h>
 #include <zorutils/internal/TextInput.h>
 #include <zorutils/text/StringUtils.h>
 
@@ -91,13 +92,6 @@ TIniEntry* FindEntry(const TIniSection* section, const wchar_t* key) {
     if (k && zor::FoldUnit(k[0]) == first && zor::FoldEqual(k, key)) return entries[i];
   }
   return nullptr;
-}
-
-// Copies `src` into `out`, cut to `outChars` - 1 units and terminated.
-void CopyCut(wchar_t* out, unsigned int outChars, const wchar_t* src) {
-  unsigned int i = 0;
-  for (; i + 1 < outChars && src[i]; ++i) out[i] = src[i];
-  out[i] = 0;
 }
 
 }  // namespace
@@ -336,15 +330,15 @@ bool CIniFileReader::GetString(const wchar_t* section, const wchar_t* key,
   const int index = FindSectionFrom(section ? section : L"");
   if (index < 0) {
     std::wmemset(out, 0, outChars);
-    if (defaultValue && *defaultValue) CopyCut(out, outChars, defaultValue);
+    if (defaultValue && *defaultValue) zor::CopyCut(out, outChars, defaultValue);
     return false;
   }
   m_lastSection = index;
   const TIniEntry* entry = FindEntry(m_sections[index], key);
-  if (entry && entry->value && entry->value[0]) CopyCut(out, outChars, entry->value);
+  if (entry && entry->value && entry->value[0]) zor::CopyCut(out, outChars, entry->value);
   if (out[0] == 0) {
     std::wmemset(out, 0, outChars);
-    if (defaultValue) CopyCut(out, outChars, defaultValue);
+    if (defaultValue) zor::CopyCut(out, outChars, defaultValue);
   }
   return true;
 }

@@ -3,6 +3,7 @@
 #include <zorutils/lookup/MusicLookup.h>
 
 #include <zorutils/formats/XMLFile.h>
+#include <zorutils/internal/CopyCut.h>
 #include <zorutils/internal/FormatTo.h>
 #include <zorutils/internal/LookupRequest.h>
 #include <zorutils/text/HtmlEntities.h>
@@ -18,14 +19,9 @@ const DWORD kRestAfterSearchMs = 1000;  // the service asks for one request a se
 const int kQuitPolls = 200;             // 200 x 50 ms: how long destruction waits
 
 // Copies at most `size` - 1 units of `from` (null: nothing) and terminates.
-void CopyCut(wchar_t* to, size_t size, const wchar_t* from) {
-  to[0] = 0;
-  if (from) wcsncat(to, from, size - 1);
-}
-
 // A cleaned text field: cut to the field, then its references decoded.
 void CopyClean(wchar_t* to, size_t size, const wchar_t* from) {
-  CopyCut(to, size, from);
+  zor::CopyCut(to, size, from);
   DeHTMLifyString(to, static_cast<unsigned>(size));
 }
 
@@ -80,7 +76,7 @@ MusicBrainzLookup::MusicBrainzLookup(MyInternetAccess* session, wchar_t* tempFol
       m_pending(nullptr),
       m_threadJoin(nullptr),
       m_server() {
-  CopyCut(m_tempFolder, 260, tempFolder);
+  zor::CopyCut(m_tempFolder, 260, tempFolder);
   wcscpy(m_server, kDefaultServer);
   m_thread = ::CreateThread(nullptr, 0, WorkerMain, this, 0, &m_threadId);
   m_threadJoin = m_thread;
@@ -291,17 +287,17 @@ void MusicBrainzLookup::Parse(const wchar_t* file) {
       if (!id || !name) continue;
       TLookupArtist* record = NewRecord<TLookupArtist>();
       if (!record) break;
-      CopyCut(record->id, 128, id);
+      zor::CopyCut(record->id, 128, id);
       const wchar_t* disambiguation = artist->GetValue(L"disambiguation");
       if (disambiguation) {
         // The name gives way so that " (disambiguation)" fits.
         const long room = 252 - static_cast<long>(wcslen(disambiguation));
-        if (room > 0) CopyCut(record->name, static_cast<size_t>(room) + 1, name);
+        if (room > 0) zor::CopyCut(record->name, static_cast<size_t>(room) + 1, name);
         const size_t used = wcslen(record->name);
         _snwprintf(record->name + used, 255 - used, L" (%s)", disambiguation);
         record->name[255] = 0;
       } else {
-        CopyCut(record->name, 256, name);
+        zor::CopyCut(record->name, 256, name);
       }
       DeHTMLifyString(record->name, 256);
       m_artists.AppendToTail(record, 0);
@@ -333,7 +329,7 @@ void MusicBrainzLookup::Parse(const wchar_t* file) {
       if (!id || !title) continue;
       TLookupAlbum* record = NewRecord<TLookupAlbum>();
       if (!record) break;
-      CopyCut(record->id, 128, id);
+      zor::CopyCut(record->id, 128, id);
       CopyClean(record->title, 256, title);
       CopyClean(record->artist, 256, release->GetValue(L"name", true));
       CopyClean(record->date, 64, release->GetValue(L"date", true));
