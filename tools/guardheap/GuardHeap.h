@@ -20,7 +20,10 @@
 // heap never handed out, a free that does not match the allocation (free of
 // new[], delete of malloc, a sized delete with another size), or damage found
 // at free in the slack around a block; with the block's address and size and
-// where it was allocated (module+offset, for addr2line).
+// where it was allocated (module+offset, for addr2line). Running short of
+// memory gives null, as any heap does; the host system refusing more
+// mappings (under Wine on Linux each live block is two, against a default
+// vm.max_map_count of 65530) stops the process with a line that says so.
 //
 // One heap serves the whole process: zorguard.dll holds it, and each module
 // (both libraries, the test programs, the tools) links GuardHooks.cpp, whose
