@@ -91,17 +91,8 @@ int Promo(int argc, wchar_t** argv) {
   if (script.empty()) script = FirstScript(full);
   if (!g_session.frames.empty()) CreateDirectoryW(g_session.frames.c_str(), nullptr);
 
-  WNDCLASSW wc = {};
-  wc.lpfnWndProc = FrameProc;
-  wc.hInstance = GetModuleHandleW(nullptr);
-  wc.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-  wc.lpszClassName = L"ZorToolPromo";
-  RegisterClassW(&wc);
-  RECT frame = {0, 0, kWidth, kHeight};
-  AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
-  HWND top = CreateWindowExW(0, L"ZorToolPromo", L"zortool promo", WS_OVERLAPPEDWINDOW | WS_VISIBLE,
-                             CW_USEDEFAULT, CW_USEDEFAULT, frame.right - frame.left,
-                             frame.bottom - frame.top, nullptr, nullptr, nullptr, nullptr);
+  HWND top = CreateToolWindow(L"ZorToolPromo", L"zortool promo", FrameProc, kWidth, kHeight, CW_USEDEFAULT,
+                              CW_USEDEFAULT);
   // The player draws in a child window filling the client area, as in a host.
   HWND view = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE, 0, 0, kWidth, kHeight,
                               top, nullptr, nullptr, nullptr);

@@ -4,6 +4,20 @@
 
 #include <cstdio>
 
+HWND CreateToolWindow(const wchar_t* className, const wchar_t* title, WNDPROC proc, int width, int height,
+                      int x, int y) {
+  WNDCLASSW wc = {};
+  wc.lpfnWndProc = proc;
+  wc.hInstance = GetModuleHandleW(nullptr);
+  wc.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
+  wc.lpszClassName = className;
+  RegisterClassW(&wc);
+  RECT frame = {0, 0, width, height};
+  AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
+  return CreateWindowExW(0, className, title, WS_OVERLAPPEDWINDOW | WS_VISIBLE, x, y, frame.right - frame.left,
+                         frame.bottom - frame.top, nullptr, nullptr, nullptr, nullptr);
+}
+
 bool SaveBmp24(HDC source, int x, int y, int w, int h, const std::wstring& path) {
   if (w <= 0 || h <= 0) return false;
   const int rowBytes = ((w * 24 + 31) / 32) * 4;

@@ -1,10 +1,17 @@
-// Pictures for the README: zortool's windows saved as 24-bit BMP files,
-// which tools/shots/bmp2png.py turns into PNG.
+// zortool's windows: the frame its window commands open, and their pictures
+// for the README, saved as 24-bit BMP files (tools/shots/bmp2png.py turns
+// them into PNG).
 #pragma once
 
 #include <windows.h>
 
 #include <string>
+
+/// Registers `className` (once) with `proc` and opens a visible overlapped
+/// window whose client area is `width` x `height` pixels, at (x, y) or
+/// where the system puts it when x is CW_USEDEFAULT.
+HWND CreateToolWindow(const wchar_t* className, const wchar_t* title, WNDPROC proc, int width, int height,
+                      int x, int y);
 
 /// Copies the w x h pixels at (x, y) of `source` into a 24-bit BMP file.
 bool SaveBmp24(HDC source, int x, int y, int w, int h, const std::wstring& path);

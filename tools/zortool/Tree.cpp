@@ -56,17 +56,7 @@ int Tree(int argc, wchar_t** argv) {
   for (int i = 3; i + 1 < argc; i += 2)
     if (std::wstring(argv[i]) == L"--shot") shot = argv[i + 1];
 
-  WNDCLASSW wc = {};
-  wc.lpfnWndProc = FrameProc;
-  wc.hInstance = GetModuleHandleW(nullptr);
-  wc.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-  wc.lpszClassName = L"ZorToolTree";
-  RegisterClassW(&wc);
-  RECT frame = {0, 0, kWidth, kHeight};
-  AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
-  g_top = CreateWindowExW(0, L"ZorToolTree", L"zortool tree", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 40, 40,
-                          frame.right - frame.left, frame.bottom - frame.top, nullptr, nullptr, nullptr,
-                          nullptr);
+  g_top = CreateToolWindow(L"ZorToolTree", L"zortool tree", FrameProc, kWidth, kHeight, 40, 40);
 
   TExplorerTreeProperties props;
   props.hParent = g_top;
