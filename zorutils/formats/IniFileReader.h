@@ -12,7 +12,8 @@
 //  - a header without "]" keeps taking characters, line breaks included,
 //    until a "]" comes; names keep inner and outer blanks ("[ a ]");
 //  - a line without "=" is dropped; "key =" keeps the key with an empty
-//    value; a value line with an empty key ("= text") fails the whole load;
+//    value; a value line with an empty key ("= text") fails the whole load,
+//    while a lone "=" (no key, no value) is dropped;
 //  - a value is quoted only when its line's last non-blank character is a
 //    double quote; quotes inside are kept as written, there are no escapes;
 //  - an unquoted value loses leading and trailing spaces (not tabs);

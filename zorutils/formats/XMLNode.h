@@ -70,7 +70,8 @@ struct TFieldResult {
   bool hasAttributes;
 };
 
-/// Called once per tag while a document is parsed.
+/// Called once per tag while a document is parsed, with the tag's position
+/// and the total (both in characters of the text) and the user pointer.
 typedef void (*XMLProgressProc)(unsigned int position, unsigned int total, void* user);
 
 class ZORUTILS_API CXMLNode {

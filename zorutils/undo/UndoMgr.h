@@ -51,7 +51,8 @@ public:
   /// Slot 0: the manager deletes the atoms it owns through this.
   virtual ~CUndoAtom();
   /// Slot 1: a new heap copy of this atom, which the manager will own (used
-  /// by the reference form of AddUndoNode). Null makes that add do nothing.
+  /// by the reference form of AddUndoNode). Null adds no atom, though that
+  /// add still raises the dirty flag and fires the set-dirty callback once.
   virtual CUndoAtom* Clone() = 0;
   /// Slot 2: performs the action backwards (`redo` 0, from Undo) or forwards
   /// again (`redo` 1, from Redo). Runs with recording disabled.
