@@ -26,6 +26,7 @@
 //    is appended at each row's end, so in a row shorter than the header (read
 //    without dropping short rows) it lands in that row's next free column;
 //  - the file path is cut to 259 characters when longer;
+//  - files over about 1 GB (0x3FFFFFF0 bytes) are refused by Open;
 //  - AllocString's flag is kept for callers of the old signature and has no
 //    effect.
 //
@@ -46,11 +47,14 @@ public:
   // --- Virtual operations (slot order is part of the interface) -------------
 
   /// The field of `row` in the first column named `fieldName`
-  /// (case-insensitive), or null when there is no such row or column.
+  /// (case-insensitive, A-Z folded only), or null when there is no such row
+  /// or column, for a null or empty name, and for a field emptied with
+  /// EditField.
   virtual const wchar_t* GetField(unsigned int row, const wchar_t* fieldName) const;
   /// Makes the field a copy of `text` (null for an empty or null text). False
   /// when row or column is out of range, when `text` equals the field exactly
-  /// (case-sensitive), or when the field is null and `text` empty.
+  /// (case-sensitive), when the field is null and `text` empty, or when memory
+  /// runs out (the field is then unchanged). `text` is only read.
   virtual bool EditField(unsigned int row, unsigned int column, wchar_t* text);
   /// Appends a row of NumFields() empty strings, calls OnNewRecordAdded, and
   /// returns the row's index; -1 when memory runs out.
@@ -66,20 +70,27 @@ public:
   /// columns, every further non-empty line is a row (followed by a call to
   /// OnNewRecordAdded). With `dropShortRows`, rows whose field count differs
   /// from the number of columns are left out. `quote` 0 means no quoting.
-  /// False when the file cannot be read or its first line has no field; the
-  /// table is then empty.
+  /// False for a null or empty path, a file that cannot be opened or read, one
+  /// over about 1 GB, an empty file or one whose first line has no field; the
+  /// table is then empty and the file path unchanged.
   bool Open(const wchar_t* path, wchar_t delimiter, bool dropShortRows, wchar_t quote);
   /// Writes the table to `path` (replacing the file): the column names first
   /// when `writeHeader`, then every row; each non-null field wrapped in
   /// `quote` (unless 0), fields separated by `delimiter`. Stores `path` as the
-  /// file path when none is set. False for a null path or when the file
-  /// cannot be created.
+  /// file path when none is set. Column names are written as they are (no
+  /// U+201D replacement). False for a null or empty path, when the file
+  /// cannot be created or memory runs out; a write that fails after the file
+  /// was created (a full disk) is not reported.
   bool Save(wchar_t* path, wchar_t delimiter, bool writeHeader, wchar_t quote);
   /// The row that starts at `position` in `text` (which must hold `length`
-  /// units; no terminator is needed), as a new array of new strings the
+  /// code units; no terminator is needed), as a new array of new strings the
   /// caller owns (destroy the strings with free and the array with delete),
-  /// and moves `position` past the line end and any empty lines. Null at or past the end, or for null text or a negative
-  /// position.
+  /// and moves `position` past the line end and any CRs and LFs after it, or
+  /// to `length` at the end of the text. At a line end the last field counts
+  /// even when empty; at the end of the text only when it has text. Null,
+  /// with `position` unchanged, at or past the end (so also for a negative
+  /// `length`), for null text or a negative position; null too when memory
+  /// runs out (`position` may then have moved on).
   CDynArray<wchar_t*>* LoadNextLine(const wchar_t* text, int& position, wchar_t delimiter,
                                     int length, wchar_t quote);
 
@@ -93,9 +104,12 @@ public:
   int GetFieldIndex(const wchar_t* name);
   /// The column's name, or null out of range.
   const wchar_t* FieldName(unsigned int column);
+  /// The number of columns (column names).
   int NumFields();
+  /// The number of rows, header not counted.
   int NumRecords();
-  /// The path set by Open (or by the first Save); empty when none.
+  /// The path set by the last successful Open (or by the first Save when
+  /// none was set), at most 259 characters; empty when none. Clear keeps it.
   const wchar_t* FilePath();
 
   // --- Editing ----------------------------------------------------------------------
@@ -105,7 +119,8 @@ public:
   int AddNewCol(wchar_t* name, wchar_t* value);
   /// Frees every column name and row (the file path stays).
   void Clear();
-  /// A new malloc'ed copy of `length` units of `text`, terminated; an empty
+  /// A new malloc'ed copy of `length` code units of `text` (which must hold
+  /// that many; zeros inside are copied), terminated; an empty
   /// string for a length of 0; null for null text, a negative length or when
   /// memory runs out.
   wchar_t* AllocString(const wchar_t* text, int length, bool unused);

@@ -70,7 +70,8 @@ struct TFieldResult {
   bool hasAttributes;
 };
 
-/// Called once per tag while a document is parsed.
+/// Called once per tag while a document is parsed, with the tag's position
+/// and the total (both in characters of the text) and the user pointer.
 typedef void (*XMLProgressProc)(unsigned int position, unsigned int total, void* user);
 
 class ZORUTILS_API CXMLNode {
@@ -87,36 +88,52 @@ public:
   /// Clear(), then copies the name, sequence number, progress callback and
   /// user data, file size, node length and de-HTML-ify flag, and deep copies
   /// of every header property, content and child. Assigning a node's own
-  /// descendant to it is safe.
+  /// descendant to it is safe; self-assignment does nothing. Objects that
+  /// cannot be allocated are left out of the copy.
   CXMLNode& operator=(const CXMLNode& other);
 
   // --- Accessors (no side effects) ---------------------------------------------------
 
+  // Counts, and the objects by index: null for a negative or out-of-range
+  // index. The node keeps owning what they return.
+
+  /// The number of direct child elements.
   int NumChildren() const { return m_children.GetSize(); }
-  /// Null when out of range.
   CXMLNode* GetChild(int index) const { return m_children.GetAt(index); }
+  /// The number of attributes (header properties).
   int NumHeaderProperties() const { return m_headerProperties.GetSize(); }
   CXMLValue* GetHeaderProperty(int index) const { return m_headerProperties.GetAt(index); }
+  /// The number of text runs (contents).
   int NumContents() const { return m_contents.GetSize(); }
   CXMLValue* GetContent(int index) const { return m_contents.GetAt(index); }
-  /// The value of content `index`, or null.
+  /// The value of content `index`, or null (also out of range).
   const wchar_t* GetContentString(int index) const;
   /// The element's name, or null.
   const wchar_t* Name() const { return m_name; }
-  /// Copies `name`; null (or empty) clears.
+  /// Copies `name` (which may be this node's own name); null clears, an
+  /// empty text is kept as an empty string.
   void SetName(const wchar_t* name);
+  /// The place among the parent's contents and children (document order);
+  /// -1 for a node never added by the parser, 0 for a document's root.
   int SequenceNumber() const { return m_sequenceNumber; }
   void SetSequenceNumber(int number) { m_sequenceNumber = number; }
+  /// The characters the element spans in the parsed text (see above); 0
+  /// before a parse.
   unsigned int NodeLength() const { return m_nodeLength; }
+  /// The flag SetShouldDeHTMLify stores.
   bool ShouldDeHTMLify() const { return m_shouldDeHTMLify; }
   /// When set, the parser runs every child through DeHTMLify(false) as it is
   /// added.
   void SetShouldDeHTMLify(bool on) { m_shouldDeHTMLify = on; }
-  /// The callback gets (position, file size, user) once per tag.
+  /// The callback (null: none) gets (character position of the tag's '<',
+  /// file size, user) once per tag the parse meets (comments not counted),
+  /// on the parsing thread; the children a parse creates inherit it.
   void SetProgressCallback(XMLProgressProc callback, void* user) {
     m_progressCallback = callback;
     m_progressUser = user;
   }
+  /// The total handed to the progress callback (characters; a document sets
+  /// its text length). Nothing else uses it.
   void SetFileSize(unsigned int size) { m_fileSize = size; }
 
   // --- Look-ups (null or empty names give null) ---------------------------------------
@@ -126,7 +143,7 @@ public:
   CXMLNode* FindNode(const wchar_t* name) const;
   /// The first direct child whose name matches.
   CXMLNode* GetChildByName(const wchar_t* name) const;
-  /// The first direct child with sequence number `number`.
+  /// The first direct child with sequence number `number`, or null.
   CXMLNode* GetChildBySequenceNumber(int number) const;
   /// The value of the first header property named `name`; else content
   /// `index` of the first direct child named `name` (null when it has no such
@@ -136,11 +153,12 @@ public:
   const wchar_t* GetValue(const wchar_t* name, bool recurse = false, int index = 0) const;
   /// For key-value lists written as sibling elements: the child right after
   /// the first child whose first content equals `value` (A-Z folded). Needs
-  /// two children at least; the last child is never tested.
+  /// two children at least; the last child is never tested. Null when none.
   CXMLNode* GetChildFollowingValue(const wchar_t* value) const;
-  /// The first content of that following child.
+  /// The first content of that following child (null when none).
   const wchar_t* GetValueFollowingValue(const wchar_t* value) const;
-  /// The content with sequence number `number` (null when none), or its text.
+  /// The direct content with sequence number `number` (null when none), or
+  /// its text.
   CXMLValue* GetValueBySequenceNumber(int number) const;
   const wchar_t* GetContentStringBySequenceNumber(int number) const;
   /// The largest sequence number of the direct children and contents, or -1.
@@ -148,11 +166,13 @@ public:
 
   // --- Tree operations --------------------------------------------------------------------
 
-  /// Appends an attribute (sequence number -1). False when either text is
-  /// null or empty, or memory runs out.
+  /// Appends an attribute (copies of both texts, sequence number -1), even
+  /// when one of that name exists. False when either text is null or empty,
+  /// or memory runs out.
   bool AddHeaderProperty(const wchar_t* name, const wchar_t* value);
   /// Frees the name, every child (with its subtree), header property and
-  /// content; the arrays become empty.
+  /// content; the arrays become empty. Sequence number, callback, flags and
+  /// lengths stay.
   void Clear();
   /// Forgets children, header properties and contents without destroying
   /// them, for when their ownership was handed to another node.
@@ -161,12 +181,16 @@ public:
   /// contents, both to this node's header properties (the contents
   /// deliberately land there), then deep copies of its children to this
   /// node's children. Does not clear this node nor copy name or sequence.
+  /// `other` may be this node or one of its descendants.
   void CopyContents(const CXMLNode& other);
   /// Replaces HTML references in the name and in field name and value of
-  /// every header property and content; with `recurse`, in the whole subtree.
+  /// every header property and content, in place; with `recurse`, in the
+  /// whole subtree (DeHTMLifyString: "%20" becomes a blank too). Running it
+  /// twice decodes twice ("&amp;amp;" becomes "&").
   void DeHTMLify(bool recurse);
-  /// The length of the longest string of this node (name, field names and
-  /// values), with `recurse` of its whole subtree.
+  /// The length in characters (no terminator) of the longest string of this
+  /// node (name, field names and values), with `recurse` of its whole
+  /// subtree; 0 when it holds none.
   unsigned int GetLongestString(bool recurse) const;
 
   /// Allocation from the library's heap; null (no exception) when memory
@@ -177,38 +201,49 @@ public:
 
   // --- Parsing --------------------------------------------------------------------------------
 
-  /// Parses one element of `text` (`length` characters) from `position` and
-  /// leaves `position` behind it. At most `maxTags` tags are taken for this
-  /// element itself (each child counts one). False (logged "Leaving
-  /// CXMLFile::Load, no data") for a null text or a length of 0, and when no
-  /// opening tag was met.
+  /// Parses one element of `text` (`length` characters, which it must hold;
+  /// no terminator needed) from `position` and leaves `position` behind it.
+  /// What it finds is added to this node, which is not cleared first (a name
+  /// it has already stays). At most `maxTags` tags are taken for this element
+  /// itself (each child counts one); after them, and at once for `maxTags` of
+  /// 0 or less, the answer is true. False (logged "Leaving CXMLFile::Load, no
+  /// data") for a null text or a length of 0; false, unlogged, when no
+  /// opening tag follows `position` (also at or past `length`) or memory for
+  /// the scanner runs out.
   bool Load(const wchar_t* text, unsigned int& position, unsigned int length, int maxTags);
   /// Finds the next tag at or after `position`, skipping comments, fills
   /// `result` and sets `tagEnd` behind the tag's closing. Returns the position
-  /// of the tag's '<', or kXMLNoTag when no complete tag follows.
+  /// of the tag's '<', or kXMLNoTag when no complete tag follows (`tagEnd`
+  /// then unchanged, `result` possibly part filled), also for null text or a
+  /// position at or past `length`.
   unsigned int GetNextFieldInfo(const wchar_t* text, unsigned int length, unsigned int position,
                                 unsigned int& tagEnd, TFieldResult& result);
   /// Fills tag name, quoted value and has-attributes of `result` from the
-  /// `count` characters of a tag's inner text at `start`.
+  /// `count` characters of a tag's inner text at `start` (which `text` must
+  /// hold); the kinds are left alone. Null text: empty name and value, no
+  /// attributes.
   void ParseFieldID(const wchar_t* text, unsigned int start, unsigned int count, TFieldResult& result);
   /// Adds the attributes of a tag's inner text (`length` characters: the tag
   /// name, then name="value" pairs). Names end at '=', values are delimited
   /// by double quotes only; both are cut to kXMLMaxAttribute characters and
-  /// trimmed of white space; pairs with an empty name or value are dropped.
+  /// trimmed of white space; pairs with an empty name or value, and a last
+  /// value without its closing quote, are dropped. Appends to the attributes
+  /// already held; null text adds nothing.
   void LoadHeaderProperties(const wchar_t* text, unsigned int length);
-  /// Whether some character in [from, to) is neither a blank nor a code
-  /// below 14.
+  /// Whether some character in [from, to) is neither U+0020 nor a code below
+  /// 14 (tab, CR, LF...). False for null text or an empty range.
   bool IsMeaningfulString(const wchar_t* text, unsigned int from, unsigned int to) const;
   /// Adds the tokens of a "<!DOCTYPE" tag's text (`length` characters from its
   /// '<') as contents without field name, numbered from 0. The keyword is
   /// skipped; tokens end at an unquoted blank or at a closing quote; CR and
   /// LF are ignored; tokens are cut to 1,023 characters. A token still open
-  /// at the end is deliberately not added.
+  /// at the end is deliberately not added. Null text adds nothing.
   void ParseDocTypeDeclaration(const wchar_t* text, unsigned int length);
   /// Decodes UTF-8 read byte by byte (DecodeUTF8ToBuffer) in every string of
   /// the subtree: children first, then the name, then field name and value of
   /// each header property and content. `work` must hold the longest string
-  /// plus its terminator; longer strings are left as they are.
+  /// plus its terminator (`workChars` in characters); longer strings are left
+  /// as they are. Null `work` or `workChars` below 1: nothing is done.
   void DecodeUTF8(wchar_t* work, int workChars);
   /// Decodes `in` into `out`, each character read as one byte: a lead from
   /// 192 to 223 with one continuation (a character whose low byte has its top
@@ -216,7 +251,9 @@ public:
   /// 240 to 253 is dropped (its continuations are copied); everything else,
   /// characters above 255 included, is copied. True when the output differs
   /// from the input. False for null pointers, an empty `in` (`out` made empty)
-  /// or an `out` smaller than the length of `in` plus one.
+  /// or an `out` smaller than the length of `in` plus one (`outChars` counts
+  /// characters with the terminator; `out` is then untouched). `out` may be
+  /// `in` itself: the output never overtakes the input.
   static bool DecodeUTF8ToBuffer(const wchar_t* in, wchar_t* out, int outChars);
 
 protected:

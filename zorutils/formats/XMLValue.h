@@ -4,8 +4,9 @@
 // For an attribute the field name is the attribute's name; for a text content
 // it is the name of the element holding the text. The sequence number places
 // a content among its element's contents and children (document order); it is
-// -1 for attributes and for values made by hand. Strings are owned; a null or
-// empty text is kept as null.
+// -1 for attributes and for values made by hand. Strings are owned. The
+// parser stores no empty text (null instead); the setters and copies keep an
+// empty text as an empty string and only null as null.
 //
 // Storage: values a document parses, and their strings, live in blocks the
 // document owns (see CXMLFile); such a value is still deleted, copied and
@@ -25,25 +26,32 @@ class ZORUTILS_API CXMLValue {
 public:
   /// No field name, no value, sequence number -1.
   CXMLValue();
-  /// Copies field name, value and sequence number.
+  /// Copies field name, value and sequence number (a text that cannot be
+  /// copied for lack of memory becomes null).
   CXMLValue(const CXMLValue& other);
+  /// The same copy; self-assignment does nothing.
   CXMLValue& operator=(const CXMLValue& other);
+  /// Frees both strings.
   ~CXMLValue();
 
-  /// The field name or the value; null when unset.
+  /// The field name or the value; null when unset. Valid until the text is
+  /// replaced or the value destroyed.
   const wchar_t* FieldName() const { return m_fieldName; }
   const wchar_t* Value() const { return m_value; }
+  /// The place among the element's contents and children; -1 when none.
   int SequenceNumber() const { return m_sequenceNumber; }
   void SetSequenceNumber(int number) { m_sequenceNumber = number; }
 
-  /// Copies `name`; null (or empty) clears.
+  /// Copies `name` (which may be this value's own text); null clears, an
+  /// empty text is kept as an empty string.
   void SetFieldName(const wchar_t* name);
   /// Copies the first `length` characters of `text` and terminates them; a
   /// `length` below 1 copies the whole text. The copy also stops at the
   /// text's own terminator, so a `length` beyond it never reads past the end.
-  /// Null (or an empty result) clears.
+  /// Null clears; an empty text is kept as an empty string.
   void SetValue(const wchar_t* text, int length = 0);
-  /// Replaces HTML references (DeHTMLifyString) in the field name and value.
+  /// Replaces HTML references (DeHTMLifyString, "%20" too) in the field name
+  /// and value, in place (the texts never grow).
   void DeHTMLify();
 
   /// Allocation from the library's heap; null (no exception) when memory

@@ -37,13 +37,16 @@ ZORUTILS_API bool MakeJolietFriendlyName(const wchar_t* source, wchar_t* destina
 ZORUTILS_API wchar_t* ValidateFileName(const wchar_t* source, wchar_t* destination, wchar_t replacement);
 /// Whether `c` may stand in a file name: letters and digits of any script,
 /// space and $ % ' - _ @ ~ ` ! ( ) ^ # & + , ; = [ ] . and, with
-/// `allowPathCharacters`, '\' and ':'.
+/// `allowPathCharacters`, '\' and ':'. "Letters and digits" are what
+/// IsCharAlphaNumericW says; 0 is never valid.
 ZORUTILS_API bool IsValidFileNameChar(wchar_t c, bool allowPathCharacters);
 /// Makes `path` name a file that does not exist yet. A path with nothing at
-/// it is already unique: true, unchanged. Otherwise, with `makeUnique`, the
+/// it (no file and no folder; an empty path too) is already unique: true,
+/// unchanged. Otherwise, with `makeUnique`, the
 /// first free "stem<separator>N.ext" (N = 1, 2, ...) replaces it, is logged
 /// as "Created unique name '...'" and true is returned. `path` must hold 260
 /// characters. False, with `path` unchanged, without `makeUnique`, for null,
-/// for a path ending in a separator, for a path of 260 characters or more
-/// and when the new name would not fit in 260 characters.
+/// for a path ending in a separator, for a path of 260 characters or more,
+/// when the new name would not fit in 260 characters, and after a million
+/// names tried (a name holding wildcards can match forever).
 ZORUTILS_API bool UniqueFileName(wchar_t* path, bool makeUnique, wchar_t separator);

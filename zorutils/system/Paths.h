@@ -25,7 +25,9 @@ ZORUTILS_API bool GetDesktopPath(wchar_t* buffer, int capacity, bool create);
 /// The personal documents folder (CSIDL 5). When the shell has none the
 /// folder is "C:\My Documents" (cut to fit); when that cannot be made with
 /// `create`, "C:\" (also cut to fit). Only a null buffer or a capacity below
-/// 1 gives false.
+/// 1 gives false. With `create` only the parents are made (as in
+/// CreateMultiLevelDir), so the answer may name a folder that does not exist;
+/// "C:\" comes only when even those cannot be made.
 ZORUTILS_API bool GetMyDocumentsPath(wchar_t* buffer, int capacity, bool create);
 /// My music (CSIDL 13).
 ZORUTILS_API bool GetMyMusicPath(wchar_t* buffer, int capacity, bool create);
@@ -41,17 +43,23 @@ ZORUTILS_API bool GetMyPicturesPath(wchar_t* buffer, int capacity, bool create);
 // --- Paths --------------------------------------------------------------------------
 
 /// The folder of `module` (null: the host executable) with its trailing
-/// backslash, components expanded to their long names. Non-zero on success;
-/// 0 (buffer empty) for a null buffer, a capacity below 1, or a module path
-/// that fills the whole 260-character work buffer.
+/// backslash, components expanded to their long names. When the long form
+/// does not fit `capacity` (or cannot be had), the folder as the system names
+/// it, cut to capacity - 1 characters, with the same result 1. 0 (buffer
+/// empty, or untouched when null) for a null buffer, a capacity below 1, a
+/// module the system does not know, or a module path that fills the whole
+/// 260-character work buffer.
 ZORUTILS_API int GetExeDirectory(wchar_t* buffer, int capacity, HMODULE module);
 /// Expands each component of `shortPath` to its long name by looking it up on
 /// disk; folders end in a backslash. The output is empty when a component
 /// cannot be found or would not fit: each name must leave room for a
 /// backslash behind it, so a file's result needs capacity - 2 characters at
 /// most (a 258-character file path fits 260, a 259-character one does not).
-/// Nothing at all happens for null arguments, an empty path or a capacity
-/// below 1; a path of 260 characters or more only clears the output.
+/// A relative path is looked up from the current folder; a UNC path, or one
+/// with an empty component ("a\\b"), gives an empty output, and a wildcard in
+/// a component takes the first match's name. Nothing at all happens for null
+/// arguments, an empty path or a capacity below 1; a path of 260 characters
+/// or more only clears the output.
 ZORUTILS_API void GetLongPathNameSafe(const wchar_t* shortPath, wchar_t* out, int capacity);
 /// Makes every missing folder of `path` whose name is followed by a
 /// backslash: "C:\a\b" makes only "C:\a\", "C:\a\b\" makes both. This is on
@@ -61,9 +69,11 @@ ZORUTILS_API void GetLongPathNameSafe(const wchar_t* shortPath, wchar_t* out, in
 /// characters, one with neither a ':' nor a leading "\\", one without any
 /// backslash, or a folder that could not be made. `path` is not changed.
 ZORUTILS_API int CreateMultiLevelDir(wchar_t* path);
-/// Non-zero if `path` names an existing folder; 0 for null.
+/// Non-zero if `path` names an existing folder (PathIsDirectoryW); 0 for
+/// null.
 ZORUTILS_API int IsValidDirectory(const wchar_t* path);
-/// True only for a drive root written as "X:\" (a letter, ':', '\').
+/// True only for a drive root written as "X:\" (an ASCII letter, ':', '\',
+/// nothing more); false for null, "C:" and "C:\a". Nothing is looked up.
 ZORUTILS_API bool IsRootFolder(const wchar_t* path);
 /// Whether the folder `path` holds nothing. The listing's entries after the
 /// first are judged by their attributes alone: one without the "normal" bit
@@ -71,4 +81,6 @@ ZORUTILS_API bool IsRootFolder(const wchar_t* path);
 /// already does. This is the behaviour hosts were built against and is kept.
 /// A folder that cannot be listed counts as empty (true), and so do a null
 /// path and one of 260 characters or more (it does not fit the work copy).
+/// A path naming a file lists nothing and counts as empty; an empty path
+/// lists the current drive's root ("\*"). One trailing backslash is ignored.
 ZORUTILS_API bool FolderEmpty(const wchar_t* path);

@@ -21,17 +21,20 @@ enum {
   kWinVer7 = 10
 };
 
-/// The processor's clock rate in MHz from the registry; 0 when unknown.
+/// The processor's clock rate in MHz from the registry value "~MHZ" of the
+/// first processor; 0 when the key or value is missing.
 ZORUTILS_API unsigned long CPUSpeed();
 /// The version code above. When `text` is not null a readable line is
 /// appended to it, e.g. "Microsoft Windows XP Service Pack 3 (Build 2600)\n";
-/// the buffer must hold what it already has plus 256 characters (the longest
-/// line is well below that). 95-family systems get the name only; unknown
+/// `text` must be terminated (empty to start) and hold what it already has
+/// plus 256 characters (the longest line is well below that; the service-pack
+/// text is taken to at most 127 characters). 95-family systems get the name only; unknown
 /// NT systems get the product kind ("Professional ", "Server ", "Advanced
 /// Server ") in place of a name. 8 when the version cannot be read.
 ZORUTILS_API int GetWindowsSystemVersion(wchar_t* text);
 /// True for the NT family (version code above 4), the unknown code included.
 ZORUTILS_API bool OSIsNativeUnicode();
 /// False before XP (code below 7); otherwise true unless the user's visual
-/// effects setting ("VisualFXSetting") is 2, best performance.
+/// effects setting ("VisualFXSetting") is 2, best performance; a missing key
+/// or value counts as themed.
 ZORUTILS_API bool SystemUsesXPThemes();

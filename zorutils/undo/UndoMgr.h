@@ -20,6 +20,11 @@
 //
 // Not thread-safe: the manager belongs to the host's user-interface thread.
 //
+// An atom must be in the list at most once: adding a pointer the manager
+// already holds (or a Clone that returns the atom itself) would have it
+// deleted twice. The list is not searched on every add, which would make a
+// long history quadratic.
+//
 // Decisions where the behaviour is otherwise open:
 // - A null buffer given to either text getter is left alone (nothing is
 //   written and no atom is asked); with a size of 0 nothing is written either
@@ -46,7 +51,8 @@ public:
   /// Slot 0: the manager deletes the atoms it owns through this.
   virtual ~CUndoAtom();
   /// Slot 1: a new heap copy of this atom, which the manager will own (used
-  /// by the reference form of AddUndoNode). Null makes that add do nothing.
+  /// by the reference form of AddUndoNode). Null adds no atom, though that
+  /// add still raises the dirty flag and fires the set-dirty callback once.
   virtual CUndoAtom* Clone() = 0;
   /// Slot 2: performs the action backwards (`redo` 0, from Undo) or forwards
   /// again (`redo` 1, from Redo). Runs with recording disabled.
@@ -66,7 +72,10 @@ static_assert(sizeof(CUndoAtom) == 2 * sizeof(void*), "CUndoAtom is its virtual 
 class ZORUTILS_API CUndoMgr {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// Told the dirty flag's new value (0 or 1, or what SetDirty or
+  /// ForceSetDirty were given) and the user pointer stored with it.
   typedef void (*DirtyStatusCallback)(int dirty, void* user);
+  /// Told that the dirty state may have changed; no arguments.
   typedef void (*SetDirtyCallback)(void);
 
   // --- Construction ----------------------------------------------------------
@@ -84,7 +93,9 @@ public:
 
   /// Takes ownership of `atom`, stamps the current undo set ID on it, deletes
   /// every undone atom (the redo part), appends it and trims whole oldest sets
-  /// while more than the limit's atoms are kept (never the newest set). The
+  /// while more than the limit's atoms are kept (never the newest set;
+  /// the saved position is not shifted by a trim, so the save point of a
+  /// trimmed history is approximate). The
   /// first atom of a history always reports dirty 1 to the dirty-status
   /// callback; later ones only when the document was clean. Then the
   /// set-dirty callback. Null, or recording disabled: nothing happens and the
@@ -103,6 +114,8 @@ public:
   /// paired. While the count is not 0, atoms are not taken.
   void DisableNewUndos();
   void EnableNewUndos();
+  /// The disable count (negative after unpaired EnableNewUndos calls, which
+  /// leave recording disabled too).
   int GetDisableUndoCount() const;
   /// 1 when the disable count is 0.
   int CanAddUndoNodes() const;
@@ -119,7 +132,9 @@ public:
   /// Undoes the set at the current position, newest atom first, with
   /// recording disabled, and recomputes the dirty flag: clean when back at
   /// the saved position or when everything is undone (even if the save was
-  /// later). Fires the set-dirty callback twice. Nothing to undo: no calls.
+  /// later; so an undo of the last done set from a clean state at the save
+  /// point reports dirty 1 and then 0). Fires the set-dirty callback twice. Works
+  /// whether or not recording is disabled. Nothing to undo: no calls.
   void Undo();
   /// Redoes the set after the current position, oldest atom first, with
   /// recording disabled; dirty unless it lands on the saved position. Fires
