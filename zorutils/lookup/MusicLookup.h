@@ -147,6 +147,17 @@ public:
   /// download before stopping it), removes the reply file, empties the lists.
   ~MusicBrainzLookup() override;
 
+  /// The CDLookup operations against version 1 of the service, asking the
+  /// server's address followed by (the offset first, texts as given):
+  ///   SearchArtists "/ws/1/artist/?type=xml&offset=N&limit=100&name=NAME";
+  ///   SearchAlbums  "/ws/1/release/?type=xml&offset=N&releasetypes=Official
+  ///                  &limit=100&artist=ARTIST&title=TITLE";
+  ///   GetAlbums     "/ws/1/release/?type=xml&offset=N&releasetypes=Official
+  ///                  &limit=100&artistid=ID";
+  ///   GetSongs      "/ws/1/release/ID?type=xml&inc=tracks".
+  /// A reply that is not XML or lacks its list ("artist-list", "release-list"
+  /// or "track-list") fails the search; list children without the needed
+  /// values ("id" and "name", "id" and "title", "title") are passed over.
   bool SearchArtists(wchar_t* name, int offset) override;
   bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) override;
   bool GetAlbums(wchar_t* artistId, int offset) override;
