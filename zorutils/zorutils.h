@@ -1,5 +1,15 @@
 // zorutils: the umbrella header. Includes every public header of the library
-// and of its foundation library zorfutls.
+// and of its foundation library zorfutls (with <windows.h>), so a host needs
+// only this one. Internal headers (zorutils/internal/, *_impl.h and the promo
+// player's Blend.h and PromoInternal.h) are not part of the interface and
+// are not included.
+//
+// Conventions: texts are UTF-16 (wchar_t) unless a name ends in A or says
+// SingleByte; capacities of text buffers count wchar_t code units (each
+// declaration says whether the terminator is included, and whether over-long
+// input is cut or refused; it is never written past a buffer); failures come
+// back as results (false, -1, null, empty output) and nothing throws across
+// the DLL boundary.
 #pragma once
 
 #include <zorfutls/zorfutls.h>

@@ -89,6 +89,10 @@ TEST_F(LinkControl, KeepsBoundedTextsAndGivesTheControlBack) {
     EXPECT_EQ(longLink.substr(0, 2047), link.GetLink());
     EXPECT_NE(own, GetWindowLongPtrW(label, GWLP_WNDPROC));
     EXPECT_EQ(L"own text", zortest::Text(label)) << "other messages reach the control's own procedure";
+    CLinkControl second;  // takes the control over rather than chaining onto the first
+    EXPECT_EQ(1, second.SubClass(label, L"t", L"l", 0));
+    EXPECT_FALSE(link.m_oldProc);
+    EXPECT_EQ(L"own text", zortest::Text(label)) << "no endless hand-over between the two";
   }
   EXPECT_EQ(own, GetWindowLongPtrW(label, GWLP_WNDPROC));
   EXPECT_EQ(0, GetWindowLongPtrW(label, GWLP_USERDATA));

@@ -26,6 +26,10 @@
 // cutting skip their entry, and information addresses and icon paths that
 // would are dropped, since a cut one names something else.
 //
+// Days are day numbers (days since 1 January 1601, CatalogueToday);
+// buffer sizes are wchar_t code units with the terminator, and texts are cut
+// by code units.
+//
 // Not thread-safe: one thread at a time per object.
 #pragma once
 
@@ -52,15 +56,16 @@ enum TInstallCheck {
   kInstallFile = 2,          ///< a file path, folder tokens allowed
 };
 
-/// One product, as read (names and descriptions already localised).
+/// One product, as read (names and descriptions already localised). Every
+/// text is trimmed and terminated.
 struct TCatalogueProduct {
-  wchar_t id[kCatalogueIdChars];
-  wchar_t name[kCatalogueNameChars];
-  wchar_t description[kCatalogueDescriptionChars];
-  wchar_t version[kCatalogueVersionChars];
+  wchar_t id[kCatalogueIdChars];                    ///< never empty
+  wchar_t name[kCatalogueNameChars];                ///< never empty; cut to fit
+  wchar_t description[kCatalogueDescriptionChars];  ///< cut to fit; empty when none
+  wchar_t version[kCatalogueVersionChars];          ///< as written, cut to fit; empty when none
   int installCheck;  ///< a TInstallCheck
-  wchar_t installTarget[kCatalogueTargetChars];
-  wchar_t downloadAddress[kCatalogueAddressChars];
+  wchar_t installTarget[kCatalogueTargetChars];     ///< key name or path, never empty
+  wchar_t downloadAddress[kCatalogueAddressChars];  ///< an IsWebAddress address
   wchar_t infoAddress[kCatalogueAddressChars];  ///< empty when none
   wchar_t iconFile[MAX_PATH];                   ///< folder tokens allowed; empty when none
 };
@@ -71,17 +76,20 @@ struct TCatalogueProduct {
 /// '<', '>', '\' or '`': what a shell or a command line could read as
 /// something other than one address. Null is false.
 ZORUTILS_API bool IsWebAddress(const wchar_t* address);
-/// Opens `address` with LaunchBrowser when IsWebAddress accepts it; anything
-/// else is refused (false, logged "OpenWebAddress: refused, not a web
-/// address") and never reaches the shell.
+/// Opens `address` with LaunchBrowser when IsWebAddress accepts it (`owner`
+/// may be null) and returns whether the browser was started; anything else
+/// is refused (false, logged "OpenWebAddress: refused, not a web address")
+/// and never reaches the shell.
 ZORUTILS_API bool OpenWebAddress(const wchar_t* address, HWND owner);
 
 /// Replaces the folder tokens of `path` into `out` (`outChars` with the
 /// terminator): {ProgramFiles}, {ProgramFilesX86}, {CommonFiles}, {AppData},
 /// {LocalAppData}, {CommonAppData}, {Windows}, {System} and {Exe} (the host
 /// executable's folder), each without a trailing backslash; names match
-/// A-Z folded. False, `out` empty, for null arguments, an unknown or
-/// unclosed token, or a result that does not fit.
+/// A-Z folded; a '}' without its '{' is plain text. False, `out` empty (when
+/// there is one), for null arguments, `outChars` below 1, an unknown or
+/// unclosed token, a folder the system does not give, or a result that
+/// does not fit.
 ZORUTILS_API bool ExpandFolderTokens(const wchar_t* path, wchar_t* out, int outChars);
 
 /// The day number of the local date today (days since 1 January 1601), for
@@ -92,6 +100,7 @@ class ZORUTILS_API CProductCatalogue {
 public:
   /// Empty, with no state key.
   CProductCatalogue();
+  /// Frees the products; the registry state stays.
   ~CProductCatalogue();
 
   // --- Loading and look-up ---------------------------------------------------
@@ -99,27 +108,34 @@ public:
   /// Reads the catalogue file at `path`, replacing what was held. Names and
   /// descriptions with a "key" attribute come from `stringFile` through
   /// MyLoadString (null: the process-wide string files); a key it does not
-  /// know keeps the file's text. False, with the catalogue empty and a log
+  /// know keeps the file's text (keys are cut to 63). Entries that cannot
+  /// be used are skipped as the file comment says, each with a log line
+  /// "CProductCatalogue::Load: product N skipped, why". False, with the
+  /// catalogue empty and a log
   /// line saying why ("CProductCatalogue::Load: departing, ..."), for a null
   /// or empty path, a file that cannot be read, or a file without a
   /// <catalogue> element. A catalogue without products loads (true, 0).
   bool Load(const wchar_t* path, const wchar_t* stringFile);
-  /// Forgets every product.
+  /// Forgets every product (the state key stays).
   void Clear();
+  /// How many products are held.
   int GetCount() const;
-  /// The product at `index`, or null out of range.
+  /// The product at `index`, or null out of range (negative included);
+  /// valid until the next Load or Clear, or destruction.
   const TCatalogueProduct* GetProduct(int index) const;
-  /// The index of the product with `id` (A-Z folded), or -1.
+  /// The index of the product with `id` (A-Z folded), or -1 (also for null).
   int FindById(const wchar_t* id) const;
 
   // --- Installed, download, information ----------------------------------------
 
   /// Asks the system now (a registry key opened or a file's attributes read;
   /// nothing is cached). An App Paths key whose default value names a file
-  /// counts only while that file exists. False out of range.
+  /// counts only while that file exists. A "file" check whose tokens do not
+  /// expand (or whose path passes 259) is not installed. False out of range.
   bool IsInstalled(int index) const;
   /// Opens the product's download or information address through
-  /// OpenWebAddress. False out of range, without an address, or refused.
+  /// OpenWebAddress. False out of range, without an address, when refused,
+  /// or when the browser could not be started.
   bool OpenDownload(int index, HWND owner) const;
   bool OpenInformation(int index, HWND owner) const;
 
@@ -130,20 +146,24 @@ public:
   /// Without a key (null or empty) nothing is kept: nothing is suppressed and
   /// nothing was shown. The key is copied (cut to 259 characters).
   void SetStateKey(HKEY root, const wchar_t* subKey);
-  /// Whether the user asked not to see the product's advertisement again.
+  /// Whether the user asked not to see the product's advertisement again
+  /// (a non-zero DWORD). False out of range, without a state key or value.
   bool IsSuppressed(int index) const;
   /// Stores the choice; false out of range, without a state key, or when the
   /// key cannot be written.
   bool SetSuppressed(int index, bool suppressed);
-  /// The day the product was last advertised (0: never).
+  /// The day the product was last advertised (0: never, and out of range,
+  /// without a state key, or for a value that is not a DWORD).
   unsigned long LastShownDay(int index) const;
-  /// Records that the product was advertised on `today`.
+  /// Records that the product was advertised on `today`; false as for
+  /// SetSuppressed.
   bool MarkShown(int index, unsigned long today);
   /// The product to advertise on `today`: not installed, not suppressed, and
   /// not advertised in the `minDays` days before (shown on day d, it is next
   /// eligible on d + minDays). Of those, the one advertised longest ago
-  /// (never first), ties in catalogue order, so that all take turns. -1 when
-  /// none qualifies. Does not mark it shown.
+  /// (never first), ties in catalogue order, so that all take turns. A day
+  /// recorded after `today` is not yet due; a negative `minDays` counts as
+  /// 0. -1 when none qualifies. Does not mark it shown.
   int NextToAdvertise(int minDays, unsigned long today) const;
 
 private:
@@ -175,7 +195,8 @@ static_assert(sizeof(CProductCatalogue) == (sizeof(void*) == 8 ? 544 : 536),
 /// ticked when the product is suppressed now. Button captions come from the
 /// utilities string file (keys "Download", "Close", "ReadMore",
 /// "DoNotShowAgain"). The box is stored with SetSuppressed however the dialog
-/// is left. Download opens the download address; the link opens the
+/// is left (so kept only with a state key). The icon file is loaded at 32 x
+/// 32 pixels; one missing or unreadable gives the library's icon. Download opens the download address; the link opens the
 /// information address (both through OpenWebAddress) and leaves the dialog
 /// open. Returns ZOR_ADVERT_DOWNLOAD or ZOR_ADVERT_CLOSE (the close box and
 /// Escape too), -1 for an index out of range or a dialog that could not be

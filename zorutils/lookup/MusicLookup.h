@@ -11,6 +11,10 @@
 // bar), then takes the list with GetSearchResults. The lists and records stay
 // the lookup's: valid until the next search of the same kind or destruction.
 //
+// Units: record fields are wchar_t buffers whose sizes count code units
+// with the terminator (a text is cut to one less); offsets and counts are
+// records; durations are milliseconds; progress is a percentage.
+//
 // Threads: the host's thread calls everything here; the worker writes the
 // flags, kind, counts and lists, which the host reads only once
 // IsSearchComplete is true.
@@ -34,29 +38,35 @@
 
 #include <zorfutls/InternetDownload.h>
 
-/// One artist: "id" and the name, with " (disambiguation)" when there is one.
+/// One artist: "id" (cut to 127) and the name, with " (disambiguation)"
+/// when there is one: the name gives way so that the whole fits in 255
+/// (a disambiguation of 252 or more leaves no name and is cut itself).
+/// Version 1 cuts by code units (a surrogate pair may be split) and then
+/// decodes the name's HTML references (DeHTMLifyString); version 2 decodes
+/// first and never splits a pair.
 struct TLookupArtist {
   wchar_t id[128];
   wchar_t name[256];
 };
 
-/// One release.
+/// One release. Texts are cut to their fields as TLookupArtist's are;
+/// version 1 also decodes the HTML references of every field but the id.
 struct TLookupAlbum {
   wchar_t id[128];
   wchar_t title[256];
   wchar_t artist[256];  // the first artist name below the release
   wchar_t date[64];     // the first date below the release
   wchar_t type[64];
-  int trackCount;       // "count" of its track list; 0 when absent
+  int trackCount;       // "count" of its track list; 0 when absent or not a number
 };
 
-/// One track of a release.
+/// One track of a release; its title cut as TLookupArtist's name is.
 struct TLookupSong {
   wchar_t title[256];
-  int duration;  // milliseconds; 0 when the service gives none
+  int duration;  // milliseconds; 0 when the service gives none (or not a number)
 };
 
-/// Search kinds.
+/// Search kinds (the kind of the last search, CDLookup::m_kind).
 enum TLookupKind {
   kLookupArtists = 0,      // artists by name
   kLookupAlbums = 1,       // releases by artist and title
@@ -67,30 +77,44 @@ enum TLookupKind {
 class ZORUTILS_API CDLookup {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// Empty lists, no search yet: not complete, not failed, no result.
   CDLookup();
+  /// Frees the lists' entries only; MusicBrainzLookup's destructor empties
+  /// them first as EraseArtistsList does.
   virtual ~CDLookup();
 
-  /// Queue a search; true when it was queued. Texts are passed already
-  /// URL-encoded to MusicBrainzLookup, plain to MusicBrainzLookupV2;
-  /// `offset` is the zero-based first record of a page of 100.
+  /// Queue a search; true when it was queued. Each call resets the search
+  /// at once (not complete, not failed, no result), empties the list of its
+  /// kind (so records taken from there before are gone) and replaces a
+  /// search still pending. Texts are passed already URL-encoded to
+  /// MusicBrainzLookup, plain to MusicBrainzLookupV2; `offset` is the
+  /// zero-based first record of a page of 100. MusicBrainzLookup takes null
+  /// texts as empty, sends a negative offset as it is, cuts the request's
+  /// address to 511 characters, and returns false only without a session.
   virtual bool SearchArtists(wchar_t* name, int offset) = 0;
   virtual bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) = 0;
   virtual bool GetAlbums(wchar_t* artistId, int offset) = 0;
   virtual bool GetSongs(wchar_t* releaseId) = 0;
   /// Whether the last search has finished, well or not.
   virtual bool IsSearchComplete();
-  /// 0..100: the share of the reply received; 100 when nothing is pending.
+  /// 0..100: the share of the reply received, truncated; 0 while the
+  /// request waits or the reply's length is not known; 100 when nothing is
+  /// pending or the search failed.
   virtual int GetPercentageComplete() = 0;
   /// After a failure: failed true, count 0, list null. Otherwise the count
   /// the service reports (the total of all pages; for songs the tracks) and
-  /// the list of records (TLookupArtist, TLookupAlbum or TLookupSong items).
+  /// the list of records (TLookupArtist, TLookupAlbum or TLookupSong items),
+  /// which stays the lookup's. Before the first search: not failed, count
+  /// 0, list null; while a search runs the answer is not settled (call it
+  /// once IsSearchComplete is true).
   virtual void GetSearchResults(bool& failed, int& count, CMyList*& list) = 0;
   /// Stops the running download (or keeps a queued one from starting); the
-  /// search then ends, usually failed.
+  /// search then ends, usually failed. Nothing when no search is pending.
   virtual void CancelCurrentSearch() = 0;
 
 protected:
-  /// Empty a list: frees the record at position 0 and removes every entry.
+  /// Empty a list: frees the record at position 0 and removes every entry;
+  /// the other records stay allocated (hosts have always seen it so).
   void EraseArtistsList();
   void EraseAlbumsList();
   void EraseSongsList();
@@ -115,10 +139,25 @@ class ZORUTILS_API MusicBrainzLookup : public CDLookup {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
   /// `session` (not owned; may be null: every search then returns false)
-  /// and the temporary folder, ending in a path separator. Starts the worker.
+  /// and the temporary folder, ending in a path separator (cut to 259
+  /// characters; null or empty: the current folder); the reply file is that
+  /// folder followed by "TEMPFILENAME", cut to 259. Starts the worker.
   MusicBrainzLookup(MyInternetAccess* session, wchar_t* tempFolder);
+  /// Stops the worker (waiting up to about 10 seconds for a running
+  /// download before stopping it), removes the reply file, empties the lists.
   ~MusicBrainzLookup() override;
 
+  /// The CDLookup operations against version 1 of the service, asking the
+  /// server's address followed by (the offset first, texts as given):
+  ///   SearchArtists "/ws/1/artist/?type=xml&offset=N&limit=100&name=NAME";
+  ///   SearchAlbums  "/ws/1/release/?type=xml&offset=N&releasetypes=Official
+  ///                  &limit=100&artist=ARTIST&title=TITLE";
+  ///   GetAlbums     "/ws/1/release/?type=xml&offset=N&releasetypes=Official
+  ///                  &limit=100&artistid=ID";
+  ///   GetSongs      "/ws/1/release/ID?type=xml&inc=tracks".
+  /// A reply that is not XML or lacks its list ("artist-list", "release-list"
+  /// or "track-list") fails the search; list children without the needed
+  /// values ("id" and "name", "id" and "title", "title") are passed over.
   bool SearchArtists(wchar_t* name, int offset) override;
   bool SearchAlbums(wchar_t* artist, wchar_t* title, int offset) override;
   bool GetAlbums(wchar_t* artistId, int offset) override;
@@ -129,14 +168,18 @@ public:
 
   /// The service's address: scheme, host and optionally port, without a
   /// trailing slash ("http://musicbrainz.org" unless set). Null or empty
-  /// restores it; longer than 200 characters is refused (false).
+  /// restores it; longer than 200 characters is refused (false, the address
+  /// unchanged). Not checked otherwise; takes effect from the next search.
   bool SetServer(const wchar_t* baseUrl);
+  /// The service's address the searches use.
   const wchar_t* Server() const { return m_server; }
 
 protected:
   /// What the search calls share: resets the search of `kind`, empties its
   /// list and queues a request for the server's address followed by `path`,
-  /// in version `protocol` (1 or 2) of the service's interface.
+  /// in version `protocol` (1 or 2) of the service's interface. Version 1
+  /// cuts the address to 511 characters, version 2 to 2047. False only
+  /// without a session.
   bool Queue(int kind, const wchar_t* path, int protocol = 1);
 
 private:
@@ -214,6 +257,7 @@ private:
 /// destruction.
 class ZORUTILS_API MusicBrainzLookupV2 : public MusicBrainzLookup {
 public:
+  /// As MusicBrainzLookup's.
   MusicBrainzLookupV2(MyInternetAccess* session, wchar_t* tempFolder);
   ~MusicBrainzLookupV2() override;
 

@@ -14,7 +14,9 @@
 namespace zorpromo {
 
 /// Crossfade of `count` bytes: out[i] = a[i]*(100-p)/100 + b[i]*p/100.
-/// `out` may be the same buffer as `a` or `b`.
+/// `out` may be the same buffer as `a` or `b` (not one overlapping them in
+/// part). p 0 and 100 copy `a` or `b` whole. Writes nothing for a null
+/// buffer, a count of 0, or a count above PTRDIFF_MAX (a negative one cast).
 void BlendBytes(const unsigned char* a, const unsigned char* b, unsigned char* out,
                 size_t count, int p);
 
@@ -22,8 +24,11 @@ void BlendBytes(const unsigned char* a, const unsigned char* b, unsigned char* o
 /// `rowBytes` bytes, the first `width` pixels get
 ///     out = src*(100-q)/100 + c*q/100
 /// where c is the colour's blue for a pixel's first byte, green for its
-/// second and red for its third (`color` is a COLORREF, 0x00BBGGRR). Row
-/// padding in `out` is left as it was. `out` may be the same buffer as `src`.
+/// second and red for its third (`color` is a COLORREF, 0x00BBGGRR); q 0
+/// copies the pixels. Row padding in `out` is left as it was. `out` may be
+/// the same buffer as `src`. Writes nothing for a null buffer, a width or
+/// height of 0 or less, a row shorter than width * 3 bytes, or a frame of
+/// more than PTRDIFF_MAX bytes (a negative stride cast, say).
 void BlendTowardColor(const unsigned char* src, unsigned char* out, size_t rowBytes, int width,
                       int height, unsigned long color, int q);
 

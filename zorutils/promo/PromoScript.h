@@ -16,6 +16,18 @@
 // "text color", "bg color", "left|top|right|bottom margin", the same with
 // "pct margin", "owner draw bg", "owner draw bg name", "owner draw bg
 // refresh", "transition time", "transition color", "transition effect".
+// A side's pixel and percentage margins set in one section both stand (the
+// larger applies when painting); a section setting only one kind resets the
+// other kind to 0, so across sections the later kind replaces the earlier.
+//
+// Units: waits, pauses, transition times and refresh periods are in
+// milliseconds; margins and font sizes in pixels; the text buffers hold
+// wchar_t code units and their capacities below include the terminator
+// (names 260, the shown and the pending text 2048, a sub-step's text as
+// fetched 1024). The names given to SetSourceFile and SetStartScriptName
+// and a "goto.script" target of 260 or more are refused (left empty, no
+// jump); every other over-long value is cut to its buffer, by code units
+// (a surrogate pair may be split). Nothing reports an error but Load and Go.
 //
 // Threads: everything runs on the thread that owns the output window; the
 // timers are thread timers dispatched through its message loop to the one
@@ -41,15 +53,22 @@
 
 #include <windows.h>
 
-/// Asked for the text of a sub-step that names a special event: `text` is
-/// the script's text (empty when 520 characters or longer); the handler may
-/// write the text to show into `buffer` (`bufferSize` characters, holding
-/// the script's text on entry). Returning false skips the sub-step.
+/// Asked for the text of a sub-step that names a special event: `event` is
+/// the "special event.N" value (cut to 519 characters), `text` the script's
+/// text (empty when 520 characters or longer); the handler may write the text
+/// to show into `buffer` (`bufferSize` code units with the terminator, 1024
+/// while playing; it holds the script's text on entry). Whatever it writes
+/// is cut at bufferSize - 1 (splitting a surrogate pair if one straddles the
+/// cut) and then has its \n and \t escapes replaced like a script text.
+/// Returning false, or leaving the buffer empty, skips the sub-step.
 typedef bool (*PromoSpecialEventHandler)(const wchar_t* event, const wchar_t* text,
                                          wchar_t* buffer, int bufferSize, void* user);
 /// Paints the background of the text rectangle when "owner draw bg" is 1:
-/// `name` is "owner draw bg name", `elapsedMs` the time since this
-/// background started, `refreshCount` the ticks of its refresh timer.
+/// `dc` is the player's memory drawing context (its state is restored
+/// after the call), `rect` the client area less the margins, `name` the
+/// "owner draw bg name", `elapsedMs` the milliseconds since a background of
+/// that name started, `refreshCount` the ticks of its refresh timer since
+/// then. Called while painting, on the window's thread.
 typedef void (*PromoOwnerDrawBackgroundHandler)(HDC dc, const RECT& rect, const wchar_t* name,
                                                 unsigned int elapsedMs,
                                                 unsigned int refreshCount, void* user);
@@ -73,66 +92,91 @@ enum TPromoEffect {
 class ZORUTILS_API CPromoScript {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
-  /// Idle, with default properties; seeds rand() with the tick count.
+  /// Idle (current step and sub-step -1), 2000 ms default wait, no clear
+  /// pause, font face from the localised "DefaultPromoFont" (cut to 31
+  /// characters); seeds rand() with the tick count.
   CPromoScript();
   /// Stop, drops both handlers, unhooks the window, frees every resource.
   ~CPromoScript();
 
   // --- Set-up (in this order: window, source, start script, handlers) ------
 
+  /// The window to draw in, normally a child window of the host's; checked
+  /// only by Go (a handle that is not a window makes Go fail).
   void SetOutputWindow(HWND window);
   /// Copies the path when shorter than 260 characters; else (or null) clears it.
   void SetSourceFile(const wchar_t* path);
-  /// The script held in memory (UTF-16LE or single-byte INI text); not
-  /// copied: it must stay valid while Load or Go reads it. Takes precedence
-  /// over the source file when `length` > 0.
+  /// The script held in memory: `length` bytes of UTF-16LE or single-byte
+  /// INI text; not copied: it must stay valid while Load or Go reads it.
+  /// Takes precedence over the source file when `data` is not null and
+  /// `length` > 0; otherwise (null, 0 or negative) the source file is read.
   void SetSourceBuffer(const unsigned char* data, int length);
   /// As SetSourceFile, for the script Go starts with.
   void SetStartScriptName(const wchar_t* name);
+  /// The handlers and the pointers passed back to them; a null handler
+  /// turns the feature off (special events are then ignored, and an owner-
+  /// drawn background paints nothing over the background colour).
   void SetSpecialEventHandler(PromoSpecialEventHandler handler, void* user);
   void SetOwnerDrawBackgroundHandler(PromoOwnerDrawBackgroundHandler handler, void* user);
 
   // --- Playing -------------------------------------------------------------
 
-  /// Reads the document and the "general" settings. False for a missing
-  /// file or a document that does not parse.
+  /// Reads the document and the "general" settings and empties the shown
+  /// text. False when no source is set, the file is missing or unreadable,
+  /// or the document does not parse (a value line without a key, an
+  /// over-long key or value).
   bool Load();
   /// Whether step 1 of script `name` has a text, or is a jump. False for
-  /// null, empty or names longer than 260 characters.
+  /// null, empty or names longer than 260 characters, and before a Load.
+  /// Fetching the text asks the special-event handler as playing would.
   bool ScriptExists(const wchar_t* name);
   /// Loads, hooks the output window and shows the first text of the start
   /// script. False when loading fails, the window is not a window, the start
-  /// script name is empty or the drawing surface cannot be made.
+  /// script name is empty or the drawing surface cannot be made; the player
+  /// is then stopped. Go while playing starts again from the beginning.
   bool Go();
-  /// Kills the timers; Resume goes on with the next text.
+  /// Kills the timers and keeps the painter from starting new ones; the
+  /// position is kept, and Resume goes on with the next text.
   void Stop();
-  /// Shows the next text now (ends a "notify" wait).
+  /// Shows the next text now (ends a "notify" wait, or a Stop).
   void Resume();
   /// Finds the next text (at most 64 rounds through steps and jumps), reads
   /// its wait and properties, and shows it. Does nothing once the output
   /// window is gone or no text is found.
   void ExecuteNextStep();
-  /// Timer dispatch: the main, transition and owner-draw refresh timers.
+  /// Timer dispatch: the main, transition and owner-draw refresh timers;
+  /// 0 and ids of no running timer are ignored.
   void OnTimer(unsigned int timerId);
   /// The hooked window procedure's work: WM_SIZE rebuilds the drawing
   /// surface, WM_PAINT copies it to the window, WM_ERASEBKGND returns 1,
-  /// WM_NOTIFYFORMAT returns NFR_UNICODE; the rest goes to the old procedure.
+  /// WM_NOTIFYFORMAT returns NFR_UNICODE, WM_NCDESTROY stops the player and
+  /// unhooks the window; the rest (and every message of another window) goes
+  /// to the old procedure, or DefWindowProc when there is none.
   LRESULT StaticWndFunc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
   // --- Text properties -----------------------------------------------------
 
   /// Reads the property keys of `section` (with the suffix ".subStep" when
-  /// subStep >= 1) over the current properties. With `applyNow`, a new text
-  /// or background colour is put on the drawing context at once.
+  /// subStep >= 1) over the current properties. Absent or empty keys change
+  /// nothing, nor do negative sizes, periods and times, unknown colour,
+  /// alignment or effect names, or switches other than "1" and "0"; any
+  /// other "owner draw bg" than 1 turns it off, and a margin of one kind
+  /// resets the other kind of that side (see above). Values are
+  /// read cut to 259 characters, the typeface then to 31. With
+  /// `applyNow`, a new text or background colour is put on the drawing
+  /// context at once. A null or empty section does nothing.
   void LoadCurrentTextProperties(const wchar_t* section, int subStep, bool applyNow);
-  /// A decimal COLORREF (a negative one is accepted and ignored) or one of
-  /// the names BTNFACE, BTNTEXT, MENU, MENUTEXT, WINDOW, WINDOWTEXT, black,
-  /// white, red, green, blue, gray, pink, yellow, light yellow, maroon,
-  /// orange, cyan, navy (case-sensitive). False otherwise, `colour` untouched.
+  /// A decimal COLORREF, 0x00BBGGRR (a negative one is accepted, returning
+  /// true, and ignored; one beyond 2147483647 counts as that) or one of the
+  /// names BTNFACE, BTNTEXT, MENU, MENUTEXT, WINDOW, WINDOWTEXT (system
+  /// colours), black, white, red, green, blue, gray, pink, yellow, light
+  /// yellow, maroon, orange, cyan, navy (case-sensitive). False for null,
+  /// empty or anything else, `colour` untouched.
   bool GetColorFromString(const wchar_t* text, unsigned long& colour);
-  /// Margins in pixels of `rect` (null: the output window's client area):
-  /// the larger of the pixel margin and the percentage of rect.right (left,
-  /// right) or rect.bottom (top, bottom).
+  /// Margins in pixels of `rect` (null: the output window's client area, or
+  /// an empty one without a window): the larger of the pixel margin and the
+  /// percentage of rect.right (left, right) or rect.bottom (top, bottom),
+  /// in 32-bit arithmetic truncated toward zero. Negative margins stand.
   int LeftMargin(const RECT* rect) const;
   int RightMargin(const RECT* rect) const;
   int TopMargin(const RECT* rect) const;
@@ -140,29 +184,44 @@ public:
 
   // --- Painting ------------------------------------------------------------
 
-  /// Makes the memory drawing context for the output window's client size.
+  /// Makes the memory drawing context for the output window's client size
+  /// (1 x 1 pixel while the client area is empty), releasing the previous
+  /// one. False when the output window is not a window or GDI fails.
   bool InitializePaintStuff();
   /// Draws the current picture (and the transition frame) into the memory
-  /// drawing context for the client rectangle `client`.
+  /// drawing context, laying the text out in `client`; transition frames
+  /// cover the context's own size. Starts the transition, main and refresh
+  /// timers as they fall due, unless stopped. Nothing without a context.
   void OnPaint(const RECT& client);
-  /// Releases the memory drawing context, its bitmap, font and brushes.
+  /// Releases the memory drawing context, its bitmap, font and brushes;
+  /// painting does nothing until the next InitializePaintStuff.
   void ClearResources();
   /// Frees the three transition frame buffers.
   void DeleteBitmaps();
 
   // --- State ---------------------------------------------------------------
 
+  /// The script, step (from 1) and sub-step (from 1) of the text shown; the
+  /// script is empty and both numbers -1 before the first Go.
   const wchar_t* CurrentScript() const { return m_currentScript; }
   int CurrentStep() const { return m_currentStep; }
   int CurrentSubStep() const { return m_currentSubStep; }
+  /// Whether characters of a "per-char delay" text are still to be shown.
   bool DoingPerCharDelay() const { return m_pendingText[0] != 0; }
+  /// Whether the current effect starts from the picture shown before
+  /// (frames crossfade, frames fade, color frame fade pop, wipe LR, wipe RL)
+  /// or from a solid transition colour (color fade, color rect out, color
+  /// rect in, color wipe LR, color wipe RL).
   bool EffectUsesPrevFrame() const;
   bool EffectUsesSolidColorSource() const;
 
-  /// The text the window shows now.
+  /// The text the window shows now (at most 2047 code units; a
+  /// per-character reveal adds to it one character at a time).
   const wchar_t* ShownText() const { return m_shownText; }
   /// Display time of the current text, in milliseconds.
   int StepWait() const { return m_stepWait; }
+  /// Whether the current text waits for Resume ("wait.N" = "notify"), and
+  /// whether the blank clear pause before it is running.
   bool WaitingForNotify() const { return m_notify != 0; }
   bool InClearPause() const { return m_inClearPause != 0; }
   /// The running timers' ids (0 when not running), for hosts that pump
@@ -170,6 +229,10 @@ public:
   UINT_PTR MainTimer() const { return m_mainTimer; }
   UINT_PTR TransitionTimer() const { return m_transitionTimer; }
   UINT_PTR OwnerDrawRefreshTimer() const { return m_ownerDrawTimer; }
+  /// The current text's properties: font (lfHeight is minus the size in
+  /// pixels), colours, DrawText flags, alignment (0 left/top, 1 center,
+  /// 2 right/bottom), transition time in milliseconds (set to 0 when a
+  /// running transition finishes), effect (a TPromoEffect) and colour.
   const LOGFONTW& CurrentFont() const { return m_font; }
   COLORREF TextColor() const { return m_textColor; }
   COLORREF BackgroundColor() const { return m_bgColor; }

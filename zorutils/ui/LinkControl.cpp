@@ -65,6 +65,12 @@ CLinkControl::~CLinkControl() { Restore(); }
 int CLinkControl::SubClass(HWND control, const wchar_t* text, const wchar_t* link, COLORREF colour) {
   if (!::IsWindow(control)) return 0;
   Restore();
+  // A control that another link object holds is given back by that object
+  // first: else each object would hand the messages on to the other for ever.
+  if (::GetWindowLongPtrW(control, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(LinkProc)) {
+    auto* holder = reinterpret_cast<CLinkControl*>(::GetWindowLongPtrW(control, GWLP_USERDATA));
+    if (holder && holder != this) holder->Restore();
+  }
   m_hWnd = control;
   zor::CopyCut(m_text, sizeof m_text / sizeof m_text[0], text);
   zor::CopyCut(m_link, sizeof m_link / sizeof m_link[0], link);
@@ -84,7 +90,9 @@ int CLinkControl::SubClass(HWND control, const wchar_t* text, const wchar_t* lin
 
 LRESULT CLinkControl::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (message != WM_PAINT) {
-    if (m_oldProc) return ::CallWindowProcW(m_oldProc, window, message, wParam, lParam);
+    // Our own procedure as the previous one would only call back here.
+    if (m_oldProc && m_oldProc != LinkProc)
+      return ::CallWindowProcW(m_oldProc, window, message, wParam, lParam);
     return ::DefWindowProcW(window, message, wParam, lParam);
   }
   PAINTSTRUCT ps;

@@ -14,28 +14,37 @@ class ZORUTILS_API CLinkControl {
 public:
   /// Clears the texts, the rectangle and the previous procedure.
   CLinkControl();
-  /// Restores the control's own window procedure.
+  /// Restore: gives the control its own window procedure back.
   ~CLinkControl();
 
-  /// Takes over `control`: keeps `text` (cut to 511 characters; drawn in
-  /// place of the control's own text) and `link` (cut to 2047), paints in
-  /// `colour`, and measures the text once. Returns 1; 0 when `control` is not
+  /// Takes over `control`: keeps `text` (cut to 511 code units; null is
+  /// empty; drawn in place of the control's own text) and `link` (cut to
+  /// 2047), paints in `colour`, and measures the text once with the parent's
+  /// font. The object keeps itself in the control's GWLP_USERDATA. The
+  /// control this object held before is given back first, and so is
+  /// `control` by another link object holding it: a control has one link
+  /// object at a time. Returns 1; 0, changing nothing, when `control` is not
   /// a window.
   int SubClass(HWND control, const wchar_t* text, const wchar_t* link, COLORREF colour);
-  /// The subclassed control's procedure: paints on WM_PAINT, hands every
-  /// other message to the control's previous procedure.
+  /// The subclassed control's procedure: paints on WM_PAINT (result 0),
+  /// hands every other message to the control's previous procedure
+  /// (DefWindowProc when there is none).
   LRESULT WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
   /// Non-zero when `point` (in `dialog`'s client coordinates) is on the link:
   /// the area starts at the control's left edge whatever the alignment and is
-  /// as wide and tall as the text rectangle's right and bottom reach.
+  /// as wide and tall as the text rectangle's right and bottom reach. 0 when
+  /// the control is no longer a window (or none was subclassed).
   int MouseOver(HWND dialog, POINT point);
-  /// The link given to SubClass.
+  /// The link given to SubClass (empty before).
   const wchar_t* GetLink();
   /// The text rectangle in the control's client coordinates, as of the last
   /// paint (or SubClass): aligned as the control's SS_LEFT, SS_CENTER or
   /// SS_RIGHT style says, 7 pixels taller than the text to take the underline.
+  /// All zero before SubClass.
   RECT GetLastHitRect();
-  /// Puts the control's previous window procedure back (nothing if none).
+  /// Puts the control's previous window procedure back and clears its
+  /// GWLP_USERDATA (nothing if not subclassed; a control already destroyed
+  /// is just forgotten). The texts stay.
   void Restore();
 
   wchar_t m_text[512];    ///< the text drawn

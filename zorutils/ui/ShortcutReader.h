@@ -45,17 +45,19 @@ public:
   ~CShortcutReader();
 
   /// Resolves `shortcut` (without user interface, allowing the shell
-  /// `timeoutMs` for its search; 0 lets the shell pick its default) and
-  /// copies the target's path, cut to capacity - 1 characters, into
-  /// `target`. True when a non-empty path came back. False, with `target`
+  /// `timeoutMs` milliseconds, at most 65535, for its search; 0 lets the
+  /// shell pick its default) and copies the target's path (at most 259
+  /// units), cut to capacity - 1 code units and terminated, into `target`
+  /// (`capacity` counts the terminator). True when a non-empty path came back. False, with `target`
   /// emptied where there is one, for null arguments, a capacity below 1, a
   /// reader without a worker or one that is stopping, a shortcut that cannot
   /// be read or one whose target has no file-system path. Waits while
   /// another request is in flight.
   bool GetShortcutTarget(const wchar_t* shortcut, wchar_t* target, int capacity, DWORD timeoutMs);
-  /// Asks the worker to stop after its current request.
+  /// Asks the worker to stop after its current request; from then on every
+  /// request is refused. There is no undoing it.
   void RequestAbort();
-  /// Whether the worker is starting up or resolving.
+  /// Whether the worker is starting up or a request is in flight.
   bool ThreadBusy();
   /// Whether stopping has been asked for (also set when the worker could
   /// not start COM or the shell-link object).
