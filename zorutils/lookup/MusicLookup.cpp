@@ -123,6 +123,13 @@ bool MusicBrainzLookup::Queue(int kind, const wchar_t* path, int protocol) {
     EraseSongsList();
   else
     EraseAlbumsList();
+  // Without its worker (the system refused the thread) no search would ever
+  // end: this one fails at once, so a host polling IsSearchComplete stops.
+  if (!m_threadJoin) {
+    m_failed = true;
+    m_complete = true;
+    return false;
+  }
 
   TLookupRequest* request = new TLookupRequest;
   request->serial = static_cast<unsigned>(::InterlockedIncrement(&g_requestSerial));

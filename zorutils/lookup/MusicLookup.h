@@ -178,8 +178,9 @@ protected:
   /// What the search calls share: resets the search of `kind`, empties its
   /// list and queues a request for the server's address followed by `path`,
   /// in version `protocol` (1 or 2) of the service's interface. Version 1
-  /// cuts the address to 511 characters, version 2 to 2047. False only
-  /// without a session.
+  /// cuts the address to 511 characters, version 2 to 2047. False without
+  /// a session, and when the worker thread could not be started (the search
+  /// is then complete and failed, so a polling host is not kept waiting).
   bool Queue(int kind, const wchar_t* path, int protocol = 1);
 
 private:
