@@ -136,8 +136,9 @@ public:
   // --- Editing ------------------------------------------------------------------
 
   /// Replaces every `oldCh` within the length by `newCh`; returns the count,
-  /// or 0 without looking when they are equal. A zero `newCh` cuts the text
-  /// at the first replacement (later ones are not counted).
+  /// or 0 without looking when they are equal. With a zero `newCh` every
+  /// occurrence is still replaced and counted, and the text ends at the first
+  /// (the block keeps its size).
   int Replace(wchar_t oldCh, wchar_t newCh);
   /// Replaces the non-overlapping occurrences of `oldText` found left to right
   /// ("aa" in "aaa" once); inserted text is never searched again. Returns the
@@ -159,7 +160,7 @@ protected:
   // --- Storage: the building blocks of everything above ---------------------
 
   /// Frees the buffer and allocates n + 1 units, zero at index n; the first n
-  /// units are for the caller to fill.
+  /// units are for the caller to fill. A negative n counts as 0 (both).
   void AllocString(int n);
   /// Resizes to n + 1 units keeping the leading content; zero at index n.
   void ReAllocString(int n);

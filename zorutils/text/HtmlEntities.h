@@ -27,7 +27,8 @@
 ///   plain blank (32), not the no-break space.
 /// References left as written: no digits, a unit that is not a digit of the
 /// reference's base, no ';' before the end, more than 15 digits, and a
-/// reference whose code is 0 (a zero would cut the text short).
+/// reference whose code is 0, also after keeping the low 16 bits ("&#65536;"),
+/// since a zero would cut the text short.
 /// Nothing happens for a null or empty `text` or a `size` (the buffer's
 /// capacity in wchar_t units) below 2; `size` is not otherwise used, since
 /// the text only shrinks.
