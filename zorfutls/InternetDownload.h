@@ -52,6 +52,7 @@ private:
 class ZORFUTLS_API CInternetDownload {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// Idle: not busy, no results yet (all counters 0).
   CInternetDownload();
   /// Terminates a running download and waits for its thread (which does not
   /// wait for the server: WinINet is used asynchronously).

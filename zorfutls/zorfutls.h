@@ -93,6 +93,7 @@ ZORFUTLS_API int ExtractFileName(const wchar_t* path, wchar_t* name);
 class ZORFUTLS_API CRegKey {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// Borrows `root` (never closed by this object).
   explicit CRegKey(HKEY root);
   /// Closes the handle when this object owns it.
   ~CRegKey();

@@ -37,6 +37,7 @@ template <class T>
 class CDynArray {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// Empty, no block.
   CDynArray() : m_data(nullptr), m_count(0), m_capacity(0) {}
   /// Frees its own block (not borrowed storage); the elements are not
   /// destroyed: call DeleteAll first for owned ones.

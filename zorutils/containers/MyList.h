@@ -116,6 +116,7 @@ protected:
 class ZORUTILS_API CMegaList {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// Empty list, all members zero.
   CMegaList();
   /// Shallow, as for CMyList.
   CMegaList(const CMegaList& other);

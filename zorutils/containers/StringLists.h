@@ -25,6 +25,8 @@
 class ZORUTILS_API CStringList {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// An empty list. Should its one allocation fail, the object stays empty:
+  /// every call then does nothing and answers as for an empty list.
   CStringList();
   /// Frees every string and the list.
   ~CStringList();
@@ -87,6 +89,8 @@ static_assert(sizeof(_lastDirList) == MAX_PATH * sizeof(wchar_t) + 2 * sizeof(lo
 class ZORUTILS_API CLastDirList {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// An empty list; as for CStringList, a failed allocation leaves an object
+  /// on which every call does nothing.
   CLastDirList();
   ~CLastDirList();
 
@@ -151,6 +155,7 @@ static_assert(sizeof(CLastDirList) == sizeof(void*), "CLastDirList is exactly it
 class ZORUTILS_API CMRUList {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// An empty list that neither loads nor saves until Init.
   CMRUList();
   /// Frees the entries without saving.
   ~CMRUList();
