@@ -3,6 +3,7 @@
 
 #include <cwchar>
 #include <cwctype>
+#include <new>
 
 CRegKey::CRegKey(HKEY root) : m_key(root), m_owned(false) {}
 
@@ -16,7 +17,10 @@ CRegKey* CRegKey::GetSubKey(const wchar_t* path) {
   if (!m_key || !path) return nullptr;
   HKEY sub = nullptr;
   if (RegOpenKeyExW(m_key, path, 0, KEY_READ, &sub) != ERROR_SUCCESS) return nullptr;
-  return new CRegKey(sub, true);
+  // Nothing may throw across the library boundary: no memory, no key.
+  CRegKey* key = new (std::nothrow) CRegKey(sub, true);
+  if (!key) RegCloseKey(sub);
+  return key;
 }
 
 bool CRegKey::SubKeyExists(const wchar_t* name) {
@@ -56,7 +60,10 @@ bool CRegKey::GetKeyString(const wchar_t* name, wchar_t* out, unsigned long outC
   if (type != REG_SZ && type != REG_EXPAND_SZ) return false;
   // Read the whole value, then cut: the registry does not cut strings for us.
   DWORD units = size / sizeof(wchar_t) + 1;
-  wchar_t* buf = new wchar_t[units];
+  // The value's size is whatever its writer chose: a failed allocation is a
+  // failed read, not an exception across the library boundary.
+  wchar_t* buf = new (std::nothrow) wchar_t[units];
+  if (!buf) return false;
   DWORD bytes = (units - 1) * sizeof(wchar_t);
   bool ok = RegQueryValueExW(m_key, name, nullptr, &type, reinterpret_cast<BYTE*>(buf), &bytes) == ERROR_SUCCESS;
   if (ok) {

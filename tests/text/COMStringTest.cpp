@@ -3,6 +3,8 @@
 
 #include <oleauto.h>
 
+#include <climits>
+
 namespace {
 
 // Reads the one data member behind the virtual table, to see blocks and nulls.
@@ -40,17 +42,19 @@ TEST(COMString, ExtractionClampsSearchAndCompareFollowTheirRules) {
   CCOMString abc(L"abc"), aabxa(L"aabxa");
   const CCOMString got[] = {abc.Left(-5), abc.Left(1), abc.Left(100), abc.Right(100), abc.Right(2), abc.Right(-1),
                             abc.Mid(-2, 0), abc.Mid(1), abc.Mid(5), abc.Mid(1, 10), abc.Mid(-2, 2), abc.Mid(4, 2),
-                            aabxa.SpanIncluding(L"ab"), aabxa.SpanExcluding(L"x"), abc.SpanExcluding(L"q")};
+                            aabxa.SpanIncluding(L"ab"), aabxa.SpanExcluding(L"x"), abc.SpanExcluding(L"q"),
+                            abc.Left(INT_MAX), abc.Mid(1, INT_MAX), abc.Mid(INT_MIN)};  // "all of it" never wraps
   const wchar_t* const want[] = {L"", L"a", L"abc", L"abc", L"bc", L"", L"", L"bc", L"", L"bc", L"ab", L"",
-                                 L"aab", L"aab", L"abc"};
+                                 L"aab", L"aab", L"abc", L"abc", L"bc", L"abc"};
   for (size_t i = 0; i < sizeof want / sizeof want[0]; ++i) EXPECT_STREQ(got[i], want[i]) << "case " << i;
   // Start == length is allowed for a substring but not for a single unit.
   // Compare is ordinal on unsigned units: exactly -1, 0 or 1, a prefix first.
   const int found[] = {abc.Find(L"", 3), abc.Find(L"", 4), abc.Find(L'c', 3), abc.Find(L'c', 2), abc.Find(L"bc"),
                        abc.Find(L"bc", 2), abc.Find(L'\0'), abc.FindOneOf(L"xc"), abc.FindOneOf(L"xy"),
                        CCOMString(L"ab").Compare(L"abc"), abc.Compare(L"ab"), CCOMString(L"B").Compare(L"a"),
-                       abc.Compare(L"abc"), CCOMString(L"\xFFFF").Compare(L"a"), abc.CompareNoCase(L"ABC")};
-  const int expected[] = {3, -1, -1, 2, 1, -1, -1, 2, -1, -1, 1, -1, 0, 1, 0};
+                       abc.Compare(L"abc"), CCOMString(L"\xFFFF").Compare(L"a"), abc.CompareNoCase(L"ABC"),
+                       abc.Find(L"a", -1), abc.Find(L'a', -1), abc.Find(L'a', INT_MAX)};  // never before the block
+  const int expected[] = {3, -1, -1, 2, 1, -1, -1, 2, -1, -1, 1, -1, 0, 1, 0, -1, -1, -1};
   for (size_t i = 0; i < sizeof found / sizeof found[0]; ++i) EXPECT_EQ(found[i], expected[i]) << "search " << i;
   EXPECT_TRUE(abc.CompareNoCase(L"ABD") < 0 && abc.Collate(L"b") < 0 && abc == CCOMString(L"abc") && !(abc == L"ab"));
 }

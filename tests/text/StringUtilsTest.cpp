@@ -35,6 +35,8 @@ TEST(StringUtils, ConversionsAndCopiesStopAtTheirLimitsAndNeverWritePastThem) {
   wchar_t* block = target;
   CopyStringW(&target, L"other");  // the same length: the same block
   EXPECT_TRUE(target == block && wcscmp(target, L"other") == 0);
+  CopyStringW(&target, target + 2);  // a tail of the held text is copied before the block goes
+  EXPECT_STREQ(target, L"her");
   CopyStringW(&target, L"x");
   EXPECT_STREQ(target, L"x");
   CopyStringW(&target, L"");  // an empty text leaves null

@@ -20,6 +20,9 @@
 // - operator= copies the members as they stand and does not free the target's
 //   previous block (it may be shared through an earlier assignment): empty the
 //   target with RemoveAll first when it owns one.
+//
+// Indexes, counts, capacities and growth steps are in elements. Indexes out
+// of range are rejected where a member says so; nothing else checks them.
 #pragma once
 
 #include <zorutils/Export.h>
@@ -51,25 +54,36 @@ public:
   virtual ~CMyArrayList();
 
   /// Shallow on purpose: copies every member as it stands, so that both
-  /// objects then share one block. Use Copy for a deep copy.
+  /// objects then share one block. Use Copy for a deep copy. Before both are
+  /// destroyed one must let go of the block without freeing it (assign an
+  /// empty list to it), or the block is freed twice; and once either adds or
+  /// removes elements the other's view (count, and the block itself when it
+  /// moves) is stale.
   CMyArrayList& operator=(const CMyArrayList& other);
   /// RemoveAll(), then copies the other's elements into a block of its own;
-  /// this list keeps its own growth step.
+  /// this list keeps its own growth step. Nothing when `other` is this list;
+  /// `other` must not share this list's block (see operator=). If memory runs
+  /// out this list is left empty.
   void Copy(const CMyArrayList& other);
 
   // --- Adding -------------------------------------------------------------------
 
   /// Inserts in ascending order and returns the index used. A value equal to
   /// the head's goes before it, one equal to the tail's goes after it, and one
-  /// inside the list goes before the first element that is >= it.
+  /// inside the list goes before the first element that is >= it (a binary
+  /// search, so the list must be sorted). When memory runs out nothing is
+  /// inserted, yet an index is still returned (0 at the head, the old last
+  /// index at the tail, the intended index inside).
   int AddSorted(void* item, long value);
-  /// Adds at the end; returns count - 1 afterwards.
+  /// Adds at the end; returns count - 1 afterwards (the old last index, -1
+  /// for an empty list, when memory ran out).
   int AppendToTail(void* item, long value);
   /// Adds at index 0; returns 0 (also when memory ran out).
   int InsertNewHead(void* item, long value);
   /// Opens a gap at `index` and stores there; an empty list takes the element
-  /// as its head and `index` >= count appends. Returns the index used, or -1
-  /// when memory ran out or `index` is negative.
+  /// as its head (whatever `index`, returning 0) and `index` >= count appends
+  /// (as AppendToTail). Otherwise returns `index`, or -1 when memory ran out
+  /// or `index` is negative (nothing inserted).
   int InsertToIndex(int index, void* item, long value);
 
   // --- Finding ------------------------------------------------------------------
@@ -77,16 +91,24 @@ public:
   /// The item at `index` (its value in `*value` when non-null); null when the
   /// index is outside 0..count-1.
   void* Index(int index, long* value);
-  /// The element with `value`, else the nearest one below it, else (value
-  /// below all) the first element. Stores its index and value through the
-  /// non-null pointers; null (outputs untouched) for an empty list.
+  /// Binary search of a sorted list: the element with `value`, else the
+  /// nearest one below it, else (value below all) the first element. Within a
+  /// run of equal values any member of the run may be the one found (use
+  /// FirstOfValue / LastOfValue for the ends). Stores its index and value
+  /// through the non-null pointers and returns its item (which may itself be
+  /// null); null (outputs untouched) for an empty list.
   void* ElemBySortValue(long value, int* index, long* foundValue);
-  /// The first element of the run whose value equals `value`, or null.
+  /// The first element of the run whose value equals `value` (its index in
+  /// `*index` when non-null), or null, `*index` untouched. An element whose
+  /// item is null is reported as not found.
   void* FirstOfValue(long value, int* index);
-  /// Walks back from `index` to the first element with the same value; null
-  /// when `index` is out of range or the item there is null.
+  /// Walks back from `index` to the first element with the same value (its
+  /// index in `*outIndex` when non-null); null, `*outIndex` untouched, when
+  /// `index` is out of range or the item there is null.
   void* FirstOfValueAtIndex(int index, int* outIndex);
-  /// The last element of the run whose value equals `value`, or null.
+  /// The last element of the run whose value equals `value` (its index in
+  /// `*index` when non-null), or null, `*index` untouched. A null item found
+  /// this way is indistinguishable from "not found".
   void* LastOfValue(long value, int* index);
   /// Whether some element holds `item` (pointer equality).
   bool Member(void* item);
@@ -97,34 +119,43 @@ public:
 
   /// Removes the first element holding `item`; true if there was one.
   bool Remove(void* item);
-  /// Removes the element at `index` (nothing when out of range) and shrinks
-  /// the block by one step once a whole step is unused.
+  /// Removes the element at `index` (nothing when out of range, negative
+  /// included) and shrinks the block by one step once a whole step is unused;
+  /// the block is freed when the last element goes.
   void RemoveByIndex(int index);
   /// Empties the list and frees the block. Logs "RemoveAll list is not NULL!"
-  /// if the block could not be released.
+  /// if the block could not be released (a diagnostic only).
   void RemoveAll();
   /// Empties the list and keeps the block for reuse.
   void RemoveAllButLeaveAllocation();
 
   // --- Sort values --------------------------------------------------------------
 
-  /// Adds `delta` to every sort value (wrapping on overflow).
+  /// Adds `delta` to every sort value (wrapping around 32 bits on overflow).
   void AdjustAllSortValues(long delta);
-  /// value * factor, truncated toward zero, for every sort value.
+  /// value * factor, truncated toward zero, for every sort value; results
+  /// beyond the 32-bit range are clamped to it, NaN gives 0. A negative
+  /// factor reverses the order of a sorted list.
   void ScaleAllSortValues(double factor);
 
   // --- Storage ------------------------------------------------------------------
 
   /// Moves elements index..count-1 by one place without changing count:
-  /// SHIFT_UP opens a gap at `index` (needs a free slot in the block),
-  /// SHIFT_DOWN overwrites element index-1 (nothing when index >= count).
+  /// SHIFT_UP opens a gap at `index` (nothing unless 0 <= index < count and
+  /// the block has a free slot), SHIFT_DOWN overwrites element index-1
+  /// (nothing unless 1 <= index < count). The slot left behind keeps a stale
+  /// copy: the caller stores there or changes count.
   void Shift(int index, _tshift direction);
   /// Makes room for `needed` elements: the first block holds the multiple of
-  /// the step just above `needed`, later growth adds exactly one step. True
-  /// when a block is allocated afterwards; a failed growth keeps the old block.
+  /// the step just above `needed` (one step for 0 or less), later growth adds
+  /// exactly one step, which may still be short of `needed` (every caller
+  /// adds one element at a time). True when the block is large enough or has
+  /// grown; false when memory ran out (the old block and elements stay) or the
+  /// capacity would pass INT_MAX.
   bool Grow(int needed);
-  /// Gives back one step once `needed` <= capacity - step; below 1 the block
-  /// is freed.
+  /// Gives back one step once `needed` <= capacity - step; with `needed`
+  /// below 1 the whole block is freed (the count is the caller's to clear). A
+  /// failed reallocation keeps the larger block.
   void Shrink(int needed);
 
   // Not part of the classic interface, but harmless readers for hosts and

@@ -10,7 +10,10 @@
 // Borrowed storage: an array may be pointed at a block that someone else
 // owns (a parsed XML tree's arrays live in its document's blocks). It then
 // never frees or resizes that block: the first insertion copies the elements
-// into a block of its own.
+// into a block of its own. Until then SetAt, operator[] and RemoveAt change
+// the borrowed elements in place.
+//
+// Sizes, capacities and indexes are in elements. Not copyable.
 #pragma once
 
 #include <cstdlib>
@@ -34,16 +37,21 @@ template <class T>
 class CDynArray {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// Empty, no block.
   CDynArray() : m_data(nullptr), m_count(0), m_capacity(0) {}
+  /// Frees its own block (not borrowed storage); the elements are not
+  /// destroyed: call DeleteAll first for owned ones.
   ~CDynArray() {
     if (!IsBorrowed()) std::free(m_data);
   }
   CDynArray(const CDynArray&) = delete;
   CDynArray& operator=(const CDynArray&) = delete;
 
+  /// The number of elements.
   int GetSize() const { return m_count; }
   /// The room of its own block (-1 while the storage is borrowed).
   int GetCapacity() const { return m_capacity; }
+  /// Whether the storage is borrowed (see Borrow).
   bool IsBorrowed() const { return m_capacity < 0; }
   bool IsEmpty() const { return m_count == 0; }
 
@@ -59,16 +67,19 @@ public:
     m_data[index] = item;
     return true;
   }
+  /// The elements themselves (null when there is no block), valid until the
+  /// next insertion, Reserve or FreeExtra.
   T* GetData() { return m_data; }
   const T* GetData() const { return m_data; }
 
-  /// Appends; false only when memory runs out.
+  /// Appends; false only when memory runs out (the array is then unchanged).
   bool Add(T item) {
     if (m_count >= m_capacity && !Grow(m_count + 1)) return false;
     m_data[m_count++] = item;
     return true;
   }
-  /// Inserts before `index` (clamped to 0..size).
+  /// Inserts before `index` (clamped to 0..size); false only when memory runs
+  /// out (the array is then unchanged).
   bool InsertAt(int index, T item) {
     if (index < 0) index = 0;
     if (index > m_count) index = m_count;
@@ -78,7 +89,8 @@ public:
     ++m_count;
     return true;
   }
-  /// Takes the element at `index` out and hands it back (null out of range).
+  /// Takes the element at `index` out and hands it back, now the caller's
+  /// (null, nothing removed, out of range). The block keeps its size.
   T RemoveAt(int index) {
     if (index < 0 || index >= m_count) return T();
     T item = m_data[index];
@@ -92,13 +104,15 @@ public:
       if (m_data[i] == item) return i;
     return -1;
   }
+  /// Exchanges two elements; no range check: both must lie in 0..size-1.
   void Swap(int a, int b) {
     T t = m_data[a];
     m_data[a] = m_data[b];
     m_data[b] = t;
   }
   /// Makes room for `capacity` elements in one step (for loaders that know
-  /// their count); never shrinks.
+  /// their count); never shrinks. Borrowed storage is copied into a block of
+  /// its own. False when memory runs out (nothing changed).
   bool Reserve(int capacity) {
     if (capacity <= m_capacity) return true;
     T* data;
@@ -122,7 +136,8 @@ public:
     for (int i = 0; i < m_count; ++i) zor::DestroyOwned(m_data[i]);
     m_count = 0;
   }
-  /// Frees the block as well (after RemoveAll or DeleteAll).
+  /// Frees the block as well (after RemoveAll or DeleteAll); nothing while
+  /// elements remain. Borrowed storage is let go, not freed.
   void FreeExtra() {
     if (m_count == 0) {
       if (!IsBorrowed()) std::free(m_data);
@@ -132,7 +147,8 @@ public:
   }
 
   /// Uses the `count` elements at `data`, which someone else owns, as the
-  /// storage (see above). The array must be empty and hold no block.
+  /// storage (see above). The array must be empty and hold no block, or that
+  /// block is lost.
   void Borrow(T* data, int count) {
     m_data = data;
     m_count = count;

@@ -14,6 +14,8 @@
 // - A null key is never stored (AddEntry returns false) and never found.
 // - Copies share the buckets (shallow, as the classic class did): never let
 //   both copies be destroyed.
+// - If the bucket array cannot be allocated the table has no buckets
+//   (GetNumTables 0): nothing can be added and nothing is found.
 #pragma once
 
 #include <zorutils/Export.h>
@@ -34,11 +36,13 @@ public:
   /// RemoveAll(), then deletes the buckets; key strings are not freed.
   virtual ~CHashTable();
 
-  /// Sum of the key's UTF-16 code units modulo the bucket count; 0 for an
-  /// empty or null key.
+  /// Sum of the key's UTF-16 code units (unsigned, wrapping at 32 bits)
+  /// modulo the bucket count: 0..count-1; 0 for an empty or null key or a
+  /// table without buckets.
   int HashFunction(wchar_t* key);
   /// Appends (key pointer, value) to its bucket; duplicates are kept. True,
-  /// except for a null key (or a table without buckets).
+  /// except for a null key, a table without buckets or a node that could not
+  /// be allocated.
   bool AddEntry(wchar_t* key, long value);
   /// The value of the earliest entry whose key text equals `key` (ordinal,
   /// case-sensitive); false when there is none (`value` untouched).
@@ -48,8 +52,10 @@ public:
   bool Remove(wchar_t* key, long value);
   /// Empties every bucket (frees the nodes, not the key strings).
   void RemoveAll();
-  /// The bucket at `index`, or null when `index` >= the bucket count.
+  /// The bucket at `index` (items are the key pointers, sort values the
+  /// values), or null when `index` >= the bucket count.
   CMyList* GetTable(unsigned int index);
+  /// The bucket count, fixed at construction.
   int GetNumTables();
 
 protected:

@@ -32,7 +32,8 @@ class Observable;
 /// What a subscriber implements. Not exported: host classes derive from it.
 class Observer {
 public:
-  /// Called for each delivered message, with the observable's lock held.
+  /// Called for each delivered message with the sender's `data` as given,
+  /// on the sending thread and with the observable's lock held.
   virtual void ReceiveNotification(int message, void* data) = 0;
   /// Called by Observable::AddObserver; expected to call
   /// subject->RegisterObservations(this, id, ..., -1).
@@ -46,6 +47,7 @@ protected:
 class ZORUTILS_API Observable {
   friend struct zor::Layouts;  // the compile-time layout table
 public:
+  /// No subscriptions.
   Observable();
   /// Removes every observer (the observers themselves are not touched).
   virtual ~Observable();
@@ -55,9 +57,11 @@ public:
 
   /// Calls o->StartObserving(this) under the lock; null is ignored.
   void AddObserver(Observer* o);
-  /// Subscribes `o` to each following message identifier (int) up to the
-  /// first negative one, which must end the list. Subscribing twice to one
-  /// message has no further effect. Null `o` is ignored.
+  /// Subscribes `o` to each following message identifier (int, 0 or more) up
+  /// to the first negative one, which must end the list (without it the
+  /// walk reads past the arguments). Subscribing twice to one message has no
+  /// further effect; an identifier whose list cannot be allocated is skipped.
+  /// Null `o` is ignored (the identifiers are still read).
   void RegisterObservations(Observer* o, ...);
   /// Unsubscribes `o` from every message; deferred during a delivery. The
   /// per-message lists stay in the map, possibly empty.
@@ -65,9 +69,12 @@ public:
   /// Deletes every per-message list (deferred during a delivery).
   void RemoveAllObservers();
   /// Calls ReceiveNotification(message, data) on each subscriber of
-  /// `message` that has not been removed, in subscription order.
+  /// `message` that has not been removed, in subscription order; nothing for
+  /// a message nobody subscribed to. Observers subscribed by a handler during
+  /// the delivery get the next message, not this one. Deliveries may nest.
   void SendNotification(int message, void* data);
-  /// Takes the observers whose removal was deferred out of every list.
+  /// Takes the observers whose removal was deferred out of every list; does
+  /// nothing while a delivery is in progress.
   void FreeRemovedObservers();
 
 protected:

@@ -9,6 +9,7 @@
 
 #include <oleauto.h>
 
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -236,6 +237,8 @@ int CCOMString::Collate(const wchar_t* text) const {
 int CCOMString::Find(const wchar_t* sub) const { return Find(sub, 0); }
 
 int CCOMString::Find(const wchar_t* sub, int start) const {
+  // A negative start would read before the block: it finds nothing.
+  if (start < 0) return -1;
   // Only whether the text reaches `start` matters, not its whole length.
   if (!Reaches(m_pszString, start)) return -1;
   // An empty pattern is found where the search starts (the runtime's wcsstr
@@ -248,9 +251,9 @@ int CCOMString::Find(const wchar_t* sub, int start) const {
 int CCOMString::Find(wchar_t ch) const { return Find(ch, 0); }
 
 int CCOMString::Find(wchar_t ch, int start) const {
-  // The text must reach beyond `start`; the scan from there stops at `ch`
-  // or at the end (a zero `ch` is never found).
-  if (!m_pszString || !Reaches(m_pszString, start + 1)) return -1;
+  // The text must reach beyond `start` (a negative start finds nothing); the
+  // scan from there stops at `ch` or at the end (a zero `ch` is never found).
+  if (start < 0 || start == INT_MAX || !m_pszString || !Reaches(m_pszString, start + 1)) return -1;
   const wchar_t* hit = zor::FindUnitOrZero(m_pszString + start, ch);
   return *hit ? static_cast<int>(hit - m_pszString) : -1;
 }
@@ -262,7 +265,8 @@ int CCOMString::FindOneOf(const wchar_t* set) const {
 
 CCOMString CCOMString::Left(int count) const {
   if (count < 0) count = 0;
-  if (!Reaches(m_pszString, count + 1)) return *this;  // count >= length
+  // count >= length (INT_MAX, "all of it", must not wrap in count + 1).
+  if (count == INT_MAX || !Reaches(m_pszString, count + 1)) return *this;
   CCOMString result;
   StringCopy(result, count, 0, 0);
   return result;
@@ -277,13 +281,16 @@ CCOMString CCOMString::Right(int count) const {
   return result;
 }
 
-CCOMString CCOMString::Mid(int first) const { return Mid(first, GetLength() - first); }
+CCOMString CCOMString::Mid(int first) const {
+  if (first < 0) first = 0;  // as Mid(first, count) takes it; keeps length - first in range
+  return Mid(first, GetLength() - first);
+}
 
 CCOMString CCOMString::Mid(int first, int count) const {
   int len = GetLength();
   if (first < 0) first = 0;
   if (count < 0) count = 0;
-  if (first + count > len) count = len - first;
+  if (count > len - first) count = len - first;  // first + count could wrap
   if (first > len) count = 0;
   if (first == 0 && count == len) return *this;
   CCOMString result;

@@ -192,12 +192,14 @@ void CopyString(C** target, const C* src) {
     memcpy(*target, src, srcLen * sizeof(C));
     return;
   }
+  // The copy is made before the old block goes: `src` may be a part of it
+  // (a tail of the held text), which freeing first would read after release.
+  C* copy = nullptr;
+  if (srcLen > 0) {
+    copy = static_cast<C*>(malloc((srcLen + 1) * sizeof(C)));
+    if (copy) memcpy(copy, src, (srcLen + 1) * sizeof(C));
+  }
   free(*target);
-  *target = nullptr;
-  if (srcLen == 0) return;
-  C* copy = static_cast<C*>(malloc((srcLen + 1) * sizeof(C)));
-  if (!copy) return;
-  memcpy(copy, src, (srcLen + 1) * sizeof(C));
   *target = copy;
 }
 }  // namespace
