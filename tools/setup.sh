@@ -13,15 +13,14 @@ packages=(
 
 # The guard-page heap of the test builds gives every live block two memory
 # mappings of its own (its pages and the guard page behind them); Linux's
-# default limit of 65530 mappings a process stops a test near 30,000 live
-# blocks. Raise it where we may; elsewhere the guard heap names the limit
-# when it is reached.
+# default limit of 65530 mappings a process makes allocations fail near
+# 32,000 live blocks. Raise it where we may.
 want_maps=1048576
 if [ "$(cat /proc/sys/vm/max_map_count 2>/dev/null || echo "$want_maps")" -lt "$want_maps" ]; then
   if [ "$(id -u)" -eq 0 ] && sysctl -q -w vm.max_map_count=$want_maps 2>/dev/null; then
     echo "setup: vm.max_map_count raised to $want_maps for the guard-heap tests"
   else
-    echo "setup: vm.max_map_count is $(cat /proc/sys/vm/max_map_count); the guard-heap tests stop near 30,000 live blocks" >&2
+    echo "setup: vm.max_map_count is $(cat /proc/sys/vm/max_map_count); guard-heap allocations fail beyond about 32,000 live blocks" >&2
   fi
 fi
 

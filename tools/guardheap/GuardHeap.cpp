@@ -59,7 +59,6 @@ uint32_t* g_owner = nullptr;
 Block* g_blocks = nullptr;
 uint32_t g_bins[kBins + 1];
 uint32_t g_large = 0;
-uint32_t g_live = 0;  // blocks handed out and not yet freed
 uint32_t* g_quarantine = nullptr;
 uint32_t g_qHead = 0, g_qCount = 0, g_qPages = 0, g_qPageLimit = 0;
 CRITICAL_SECTION g_lock;
@@ -396,19 +395,10 @@ void* __cdecl ZorGuardAlloc(size_t size, size_t align, int kind, void* caller) {
   if (first == UINT32_MAX) return nullptr;
   char* start = PageAddress(first);
   if (dataPages && !VirtualAlloc(start, size_t(dataPages) * kPage, MEM_COMMIT, PAGE_READWRITE)) {
-    // Short of memory the caller gets null, as from any heap. Any other
-    // refusal is the host system's limit on separate mappings (every live
-    // block here is two: its pages and its guard page; Linux allows
-    // vm.max_map_count of them, 65530 by default). Failing the allocation
-    // then would only send the program down paths it cannot take on a real
-    // heap, so the run stops here and says why.
-    const DWORD error = GetLastError();
-    if (error != ERROR_NOT_ENOUGH_MEMORY && error != ERROR_COMMITMENT_LIMIT && error != ERROR_OUTOFMEMORY) {
-      Message m = Report("the system refused to map more pages");
-      m.Dec(g_live) << " live blocks (raise vm.max_map_count: sysctl -w vm.max_map_count=1048576), allocating ";
-      m.Dec(size) << " bytes at ";
-      m.Code(caller).Fail();
-    }
+    // Out of memory, or the host system refuses more mappings (every live
+    // block is two: its pages and its guard page; Linux allows
+    // vm.max_map_count of them, 65530 by default, which setup raises): the
+    // caller gets null, as from any heap, and must cope.
     PutRange(first, span);
     return nullptr;
   }
@@ -421,7 +411,6 @@ void* __cdecl ZorGuardAlloc(size_t size, size_t align, int kind, void* caller) {
   b.offset = static_cast<uint32_t>(size_t(dataPages) * kPage - bytes);
   b.next = 0;
   b.state = kLive;
-  ++g_live;
   b.kind = static_cast<uint8_t>(kind & 0xF);
   b.guardOpen = 0;
   char* user = start + b.offset;
@@ -456,7 +445,6 @@ void __cdecl ZorGuardFree(void* p, int kind, size_t size, void* caller) {
   CheckSlack(first, caller);
   if (b.span > 1 || b.guardOpen) VirtualFree(PageAddress(first), DataBytes(b) + (b.guardOpen ? kPage : 0), MEM_DECOMMIT);
   b.state = kQuarantined;
-  --g_live;
   b.freedBy = caller;
   Quarantine(first);
 }

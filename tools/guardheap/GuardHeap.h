@@ -21,9 +21,9 @@
 // new[], delete of malloc, a sized delete with another size), or damage found
 // at free in the slack around a block; with the block's address and size and
 // where it was allocated (module+offset, for addr2line). Running short of
-// memory gives null, as any heap does; the host system refusing more
-// mappings (under Wine on Linux each live block is two, against a default
-// vm.max_map_count of 65530) stops the process with a line that says so.
+// memory gives null, as any heap does, and so does the host system refusing
+// more mappings: under Wine on Linux each live block is two, against a
+// default vm.max_map_count of 65530 (about 32,000 live blocks).
 //
 // One heap serves the whole process: zorguard.dll holds it, and each module
 // (both libraries, the test programs, the tools) links GuardHooks.cpp, whose

@@ -25,7 +25,10 @@ const size_t kSpareBytes = sizeof(void*) == 8 ? size_t(64) << 20 : size_t(16) <<
 // by address, and the arena each document uses. Never destroyed: trees may
 // be deleted while the process ends.
 struct Registry {
-  Registry() { InitializeCriticalSection(&lock); }
+  Registry() {
+    InitializeCriticalSection(&lock);
+    spare.reserve(kSpareBytes / kChunkBytes);  // keeping a chunk never allocates
+  }
   CRITICAL_SECTION lock;
   std::map<uintptr_t, std::pair<uintptr_t, XMLArena*>> ranges;  // begin -> (end, arena)
   std::map<const CXMLNode*, XMLArena*> documents;
@@ -62,7 +65,13 @@ size_t RoundUp(size_t n, size_t to) { return (n + to - 1) / to * to; }
 
 XMLArena* XMLArena::ForDocument(const CXMLNode* doc, size_t textLength) {
   Locked locked;
-  XMLArena*& arena = Reg().documents[doc];
+  XMLArena** slot = nullptr;
+  try {
+    slot = &Reg().documents[doc];
+  } catch (const std::bad_alloc&) {
+    return nullptr;  // the parse falls back to the heap
+  }
+  XMLArena*& arena = *slot;
   if (!arena) {
     arena = new (std::nothrow) XMLArena;
     if (!arena) {
@@ -126,14 +135,34 @@ void XMLArena::Release() {
 
 XMLArena::~XMLArena() { FreeAll(); }
 
+// The registry's map and the chunk list allocate as they grow. Out of memory
+// their std::bad_alloc must not leave the library: the block is refused
+// instead, and the parser meets a null as from any failed allocation.
+bool XMLArena::Adopt(char* base, size_t size) {
+  try {
+    Register(base, size, this);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  try {
+    m_chunks.push_back(Chunk{base, size, 0, size});
+  } catch (const std::bad_alloc&) {
+    Unregister(base);
+    return false;
+  }
+  return true;
+}
+
 #ifdef ZOR_XML_ARENA_BLOCKS
 
 // One heap block per allocation, so that the guard heap bounds each.
 XMLArena::Chunk* XMLArena::Room(size_t bytes) {
   char* block = static_cast<char*>(std::malloc(bytes ? bytes : 1));
   if (!block) return nullptr;
-  Register(block, bytes, this);
-  m_chunks.push_back(Chunk{block, bytes, 0, bytes});
+  if (!Adopt(block, bytes)) {
+    std::free(block);
+    return nullptr;
+  }
   return &m_chunks.back();
 }
 
@@ -184,9 +213,11 @@ XMLArena::Chunk* XMLArena::Room(size_t bytes) {
   }
   if (!base) base = static_cast<char*>(std::malloc(size));
   if (!base) return nullptr;
-  Register(base, size, this);
   const size_t current = m_current;
-  m_chunks.push_back(Chunk{base, size, 0, size});
+  if (!Adopt(base, size)) {
+    std::free(base);
+    return nullptr;
+  }
   if (bytes > kChunkBytes / 4 && current < m_chunks.size() - 1) {
     // Keep filling the chunk in use; the large one is full soon enough.
     m_current = current;

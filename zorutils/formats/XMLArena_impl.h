@@ -107,8 +107,12 @@ private:
   XMLArena(const XMLArena&) = delete;
   XMLArena& operator=(const XMLArena&) = delete;
 
-  /// A chunk with at least `bytes` free (objects and strings together).
+  /// A chunk with at least `bytes` free (objects and strings together);
+  /// null when memory runs out.
   Chunk* Room(size_t bytes);
+  /// Records a new block in the registry and the chunk list; false, with
+  /// neither changed, when that takes memory there is none of.
+  bool Adopt(char* base, size_t size);
   /// `bytes` from the bottom of a chunk.
   void* Bottom(size_t bytes) {
 #ifndef ZOR_XML_ARENA_BLOCKS
