@@ -9,7 +9,7 @@
 // list's sort values (scores, disc and track numbers) are shown too.
 // `zortool lookup demo [--v2]` serves the recorded replies in samples\lookup
 // on 127.0.0.1 and runs one search of each kind against them (no network
-// needed).
+// needed; the browse by artist gets the recorded release search).
 #include <zorutils/zorutils.h>
 
 #include "tools/loopback/HttpServer.h"
@@ -145,6 +145,7 @@ int Lookup(int argc, wchar_t** argv) {
     for (const std::vector<std::wstring>& search :
          {std::vector<std::wstring>{L"artists", name},
           std::vector<std::wstring>{L"albums", name, L"takk"},
+          std::vector<std::wstring>{L"albums-of", L"f6f2326f-6b25-4170-b89d-e235b25508e8"},
           std::vector<std::wstring>{L"songs", L"a3b8a9e3-7f1c-4b1e-9c87-9b6e5f2d1c01"}}) {
       Out(L"> lookup");
       for (const std::wstring& s : search) Out(L" " + s);
